@@ -1,4 +1,4 @@
 #pragma once
 // The GenICam exception type that the Qt layers catch and print. Kept in one place so that
 // the rest of libVorloQtBase does not depend on where the engine puts its headers.
-#include <GenApi/GenApi.h>
+#include <GenICam/GenICam.h>
