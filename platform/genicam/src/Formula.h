@@ -10,6 +10,8 @@
 // That matters because a description often guards a read of an unavailable node with
 // a condition.
 
+#include <GenApi/GenApiExport.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -34,7 +36,7 @@ using FormulaResolver = std::function<int(const std::string& symbol)>;
 
 //! Where an evaluation takes its variables from. Only the slots that the evaluated
 //! path needs are read, each at most once per occurrence in that path.
-class IFormulaValueSource
+class GENAPI_EXPORT IFormulaValueSource
 {
 public:
     virtual ~IFormulaValueSource() = default;
@@ -44,7 +46,7 @@ public:
     virtual int64_t GetInt(int slot) = 0;
 };
 
-class CFormula
+class GENAPI_EXPORT CFormula
 {
 public:
     //! Deepest nesting of parentheses, function calls, unary operators and
@@ -132,7 +134,7 @@ private:
 //! evaluates it. Any GenICam exception is an accepted outcome; anything else (a crash,
 //! another exception type) is a defect. Entry point for fuzz targets; returns the
 //! number of modes in which the text compiled and evaluated.
-int FuzzFormulaText(const char* data, std::size_t size);
+GENAPI_EXPORT int FuzzFormulaText(const char* data, std::size_t size);
 
 } // namespace detail
 } // namespace GenApi

@@ -259,8 +259,11 @@ long DecimalExponent(std::string_view body)
 
 bool ParseFloat(std::string_view t, double& out)
 {
-    if (!t.empty() && t.front() == '+')
+    if (!t.empty() && t.front() == '+') {
         t.remove_prefix(1);
+        if (!t.empty() && (t.front() == '-' || t.front() == '+'))
+            return false;
+    }
     if (t.empty())
         return false;
     const bool negative = t.front() == '-';
@@ -405,7 +408,11 @@ std::string FloatToString(double value, EDisplayNotation notation, int64_t preci
         n = Format(buffer, value, notation, q);
         if (ParseFloat(std::string_view(buffer, n), back) && InRange(back, min, max))
             return std::string(buffer, n);
-        const double unit = LastDigitUnit(std::string_view(buffer, n));
+        // The general form drops trailing zeros ("3" for 2.9996 at four digits), so its
+        // last digit is known from the precision rather than from the text.
+        const double unit = (notation == fnAutomatic && value != 0.0)
+                                ? std::pow(10.0, std::floor(std::log10(std::fabs(value))) - (q > 0 ? q : 1) + 1)
+                                : LastDigitUnit(std::string_view(buffer, n));
         const double candidate = back < min ? back + unit : back - unit;
         n = Format(buffer, candidate, notation, q);
         if (ParseFloat(std::string_view(buffer, n), back) && InRange(back, min, max))

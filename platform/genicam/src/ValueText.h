@@ -7,6 +7,7 @@
 // switched to a locale with a decimal comma still prints "1.5" and reads "1.5"), and
 // allocates nothing beyond the returned string.
 
+#include <GenApi/GenApiExport.h>
 #include <GenApi/Types.h>
 
 #include <cstddef>
@@ -23,43 +24,43 @@ namespace detail
 //! Boolean (and anything unknown); "0x" and lower-case hex digits of the 64-bit
 //! pattern for HexNumber; dotted decimal of the low 32 bits for IPV4Address; six
 //! colon-separated lower-case hex pairs of the low 48 bits for MACAddress.
-std::string IntegerToString(int64_t value, ERepresentation representation);
+GENAPI_EXPORT std::string IntegerToString(int64_t value, ERepresentation representation);
 
 //! Reads an integer. Decimal (optionally signed) and "0x" hex are accepted for every
 //! representation; IPV4Address also takes "a.b.c.d", MACAddress also takes six hex
 //! pairs separated by ':' or '-'. Surrounding blanks are ignored. Anything else, or a
 //! decimal value outside int64, raises GenICam::InvalidArgumentException.
-int64_t IntegerFromString(std::string_view text, ERepresentation representation);
+GENAPI_EXPORT int64_t IntegerFromString(std::string_view text, ERepresentation representation);
 
 //! Float text. fnFixed prints fixed notation and fnScientific scientific notation with
 //! `precision` digits after the point; fnAutomatic (and anything unknown) prints the
 //! shortest general form with `precision` significant digits. When `value` lies in
 //! [min, max] but the printed text would read back outside it, the text is moved to
 //! the nearest printable value inside, so that reading the text back is accepted.
-std::string FloatToString(double value, EDisplayNotation notation, int64_t precision,
+GENAPI_EXPORT std::string FloatToString(double value, EDisplayNotation notation, int64_t precision,
                           double min, double max);
 
 //! Reads a float in C notation: optional sign, digits with an optional '.', an optional
 //! exponent ("1e-3", "2.5E+02"), "inf" and "nan"; "0x" hex integers are accepted too.
 //! Surrounding blanks are ignored. Anything else raises InvalidArgumentException.
-double FloatFromString(std::string_view text);
+GENAPI_EXPORT double FloatFromString(std::string_view text);
 
 //! "1" or "0".
-std::string BooleanToString(bool value);
+GENAPI_EXPORT std::string BooleanToString(bool value);
 //! Accepts 1, 0, true and false (any case); anything else raises InvalidArgumentException.
-bool BooleanFromString(std::string_view text);
+GENAPI_EXPORT bool BooleanFromString(std::string_view text);
 
 //! "1" while the command is executing, "0" once it is done.
-std::string CommandToString(bool executing);
+GENAPI_EXPORT std::string CommandToString(bool executing);
 //! True when the text asks for execution (1 or true); false for 0 or false, which do
 //! nothing. Anything else raises InvalidArgumentException.
-bool CommandFromString(std::string_view text);
+GENAPI_EXPORT bool CommandFromString(std::string_view text);
 
 //! "0x" followed by the bytes in memory order, two lower-case hex digits each.
-std::string RegisterToString(const uint8_t* data, std::size_t length);
+GENAPI_EXPORT std::string RegisterToString(const uint8_t* data, std::size_t length);
 //! Reads the form RegisterToString prints into `data`. The text must hold exactly
 //! `length` bytes; otherwise InvalidArgumentException is raised and `data` is untouched.
-void RegisterFromString(std::string_view text, uint8_t* data, std::size_t length);
+GENAPI_EXPORT void RegisterFromString(std::string_view text, uint8_t* data, std::size_t length);
 
 } // namespace detail
 } // namespace GenApi
