@@ -7,11 +7,40 @@
 
 #include <GenICam/GCException.h>
 
+#include <QDir>
+#include <QFile>
+#include <QXmlStreamReader>
+
+#include <atomic>
 #include <cmath>
+#include <cstdlib>
+#include <new>
 #include <limits>
 #include <map>
 #include <random>
+#include <set>
 #include <string>
+
+// Counts heap allocations so that tests can show that a code path allocates nothing.
+static std::atomic<long> g_allocations{0};
+
+void* operator new(std::size_t size)
+{
+    ++g_allocations;
+    if (void* p = std::malloc(size ? size : 1))
+        return p;
+    throw std::bad_alloc();
+}
+
+void operator delete(void* p) noexcept
+{
+    std::free(p);
+}
+
+void operator delete(void* p, std::size_t) noexcept
+{
+    std::free(p);
+}
 
 using GenApi::detail::CFormula;
 using GenApi::detail::EFormulaMode;
@@ -118,6 +147,96 @@ QString selectorChain(int levels)
     return text;
 }
 
+// Every variable reads as zero, the worst case for divisions.
+class ZeroSource : public IFormulaValueSource
+{
+public:
+    double GetFloat(int) override { return 0.0; }
+    int64_t GetInt(int) override { return 0; }
+};
+
+// One formula-bearing node of a description: its symbols and its formula texts.
+struct FormulaNode
+{
+    QString name;
+    bool integer = false;
+    bool converter = false;
+    int depth = 0;
+    std::set<std::string> symbols;
+    QList<QPair<QString, QString>> formulas; // element name, text
+};
+
+// Resolves what a SwissKnife or Converter may refer to: its variables (also with .Min,
+// .Max, .Inc, .Value and .Entry.<Name>), its constants and expressions, and for a
+// converter FROM and TO.
+FormulaResolver nodeResolver(const FormulaNode& node, std::vector<std::string>& slotNames)
+{
+    return [&node, &slotNames](const std::string& symbol) -> int {
+        std::string base = symbol;
+        const std::size_t dot = symbol.find('.');
+        if (dot != std::string::npos) {
+            const std::string suffix = symbol.substr(dot + 1);
+            if (suffix != "Min" && suffix != "Max" && suffix != "Inc" && suffix != "Value"
+                && suffix.rfind("Entry.", 0) != 0)
+                return -1;
+            base = symbol.substr(0, dot);
+        }
+        const bool known = node.symbols.count(base) != 0
+                           || (node.converter && (base == "FROM" || base == "TO"));
+        if (!known)
+            return -1;
+        slotNames.push_back(symbol);
+        return static_cast<int>(slotNames.size() - 1);
+    };
+}
+
+QList<FormulaNode> formulaNodesOf(const QString& path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    QByteArray data = file.readAll();
+    data = data.mid(data.indexOf('<')); // dump headers and byte-order marks come first
+    QXmlStreamReader xml(data);
+    static const QStringList kinds = {"SwissKnife", "IntSwissKnife", "Converter", "IntConverter"};
+    QList<FormulaNode> done;
+    QList<FormulaNode> open;
+    int depth = 0;
+    while (!xml.atEnd()) {
+        xml.readNext();
+        if (xml.isStartElement()) {
+            ++depth;
+            const QString tag = xml.name().toString();
+            if (kinds.contains(tag)) {
+                FormulaNode node;
+                node.name = xml.attributes().value("Name").toString();
+                node.integer = tag.startsWith("Int");
+                node.converter = tag.endsWith("Converter");
+                node.depth = depth;
+                open << node;
+                continue;
+            }
+            if (open.isEmpty() || depth != open.last().depth + 1)
+                continue;
+            FormulaNode& node = open.last();
+            const QString symbol = xml.attributes().value("Name").toString();
+            if (tag == "pVariable" || tag == "Constant")
+                node.symbols.insert(symbol.toStdString());
+            if (tag == "Expression")
+                node.symbols.insert(symbol.toStdString());
+            if (tag == "Formula" || tag == "FormulaTo" || tag == "FormulaFrom" || tag == "Expression")
+                node.formulas << qMakePair(tag, xml.readElementText());
+            if (xml.isEndElement())
+                --depth; // readElementText consumed the end element
+        } else if (xml.isEndElement()) {
+            if (!open.isEmpty() && depth == open.last().depth)
+                done << open.takeLast();
+            --depth;
+        }
+    }
+    return done;
+}
+
 } // namespace
 
 class tst_Formula : public QObject
@@ -153,9 +272,12 @@ private slots:
     void realSelectorChainCompiles();
     void stackDepthComputedAtCompileTime_data();
     void stackDepthComputedAtCompileTime();
+    void evaluationDoesNotAllocate();
     void symbolsAreCaseSensitive();
     void variableNamedLikeAConstantWins();
     void usedSlotsListedOnceInOrder();
+    void realDescriptionFormulasCompile_data();
+    void realDescriptionFormulasCompile();
     void fuzzStyleRandomFormulasRaiseOnlyGenICamExceptions();
     void fuzzEntryAcceptsArbitraryBytes();
 };
@@ -704,6 +826,26 @@ void tst_Formula::stackDepthComputedAtCompileTime()
     QCOMPARE(compiled(formula, EFormulaMode::Integer).GetStackDepth(), depth);
 }
 
+void tst_Formula::evaluationDoesNotAllocate()
+{
+    const CFormula i = compiled(selectorChain(14) + " + ROUND(X.Max, -1) * SGN(Z) ** 2", EFormulaMode::Integer);
+    const CFormula f = compiled("X > 5 && Y < 4 ? SQRT(X.Max) * PI + ROUND(Z / 3, 2) : 1 / (Y - 3)",
+                                EFormulaMode::Float);
+    TestSource source;
+    source.m_int[SlotX] = 13;
+    int64_t intSum = 0;
+    double floatSum = 0.0;
+    const long before = g_allocations.load();
+    for (int n = 0; n < 1000; ++n) {
+        intSum += i.EvaluateInt(source);
+        floatSum += f.EvaluateFloat(source);
+    }
+    const long after = g_allocations.load();
+    QCOMPARE(after - before, 0L);
+    QCOMPARE(intSum, int64_t(1000) * (0xD1000 + 0x20 * 13 + 100));
+    QVERIFY(std::fabs(floatSum - 1000 * (std::sqrt(100.5) * 3.14159265358979323846 - 1.33)) < 1e-6);
+}
+
 void tst_Formula::symbolsAreCaseSensitive()
 {
     QCOMPARE(evalInt("X"), qint64(10));
@@ -728,6 +870,50 @@ void tst_Formula::usedSlotsListedOnceInOrder()
     QCOMPARE(f.GetText(), std::string("Y + X * Y - (A ? X.Max : Y)"));
     QCOMPARE(f.GetContext(), std::string("MyNode"));
     QVERIFY(compiled("1 + 2", EFormulaMode::Integer).GetUsedSlots().empty());
+}
+
+void tst_Formula::realDescriptionFormulasCompile_data()
+{
+    QTest::addColumn<QString>("path");
+    const QDir dir(QStringLiteral(VORLO_GENICAM_XML_DIR));
+    const QStringList files = dir.entryList({"*.xml"}, QDir::Files, QDir::Name);
+    if (files.isEmpty())
+        QSKIP("no real descriptions found");
+    for (const QString& file : files)
+        QTest::newRow(qPrintable(file)) << dir.filePath(file);
+}
+
+void tst_Formula::realDescriptionFormulasCompile()
+{
+    QFETCH(QString, path);
+    const QList<FormulaNode> nodes = formulaNodesOf(path);
+    int formulas = 0, evaluated = 0, raised = 0;
+    for (const FormulaNode& node : nodes) {
+        for (const auto& formula : node.formulas) {
+            std::vector<std::string> slotNames;
+            CFormula f;
+            try {
+                f.Compile(formula.second.toStdString(), node.integer ? EFormulaMode::Integer : EFormulaMode::Float,
+                          nodeResolver(node, slotNames), node.name.toStdString());
+            } catch (const GenICam::GenericException& e) {
+                QFAIL(e.GetDescription());
+            }
+            ++formulas;
+            ZeroSource zero;
+            try {
+                if (node.integer)
+                    f.EvaluateInt(zero);
+                else
+                    f.EvaluateFloat(zero);
+                ++evaluated;
+            } catch (const GenICam::RuntimeException&) {
+                ++raised; // division by a variable that reads zero
+            }
+        }
+    }
+    qInfo("%s: %d formulas in %d nodes compiled; with all variables zero %d evaluated, %d divided by zero",
+          qPrintable(QFileInfo(path).fileName()), formulas, int(nodes.size()), evaluated, raised);
+    QCOMPARE(evaluated + raised, formulas);
 }
 
 void tst_Formula::fuzzStyleRandomFormulasRaiseOnlyGenICamExceptions()

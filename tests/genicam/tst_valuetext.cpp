@@ -8,10 +8,34 @@
 #include <GenICam/GCException.h>
 
 #include <clocale>
+#include <atomic>
 #include <cmath>
+#include <cstdlib>
+#include <new>
 #include <limits>
 #include <locale>
 #include <random>
+
+// Counts heap allocations so that tests can show that a code path allocates nothing.
+static std::atomic<long> g_allocations{0};
+
+void* operator new(std::size_t size)
+{
+    ++g_allocations;
+    if (void* p = std::malloc(size ? size : 1))
+        return p;
+    throw std::bad_alloc();
+}
+
+void operator delete(void* p) noexcept
+{
+    std::free(p);
+}
+
+void operator delete(void* p, std::size_t) noexcept
+{
+    std::free(p);
+}
 
 using namespace GenApi;
 using namespace GenApi::detail;
@@ -62,6 +86,7 @@ private slots:
     void floatFromStringRejectsInvalidText_data();
     void floatFromStringRejectsInvalidText();
     void textIgnoresGlobalLocale();
+    void conversionsAllocateAtMostTheResult();
     void booleanText_data();
     void booleanText();
     void booleanFromStringRejectsInvalidText_data();
@@ -435,6 +460,49 @@ void tst_ValueText::textIgnoresGlobalLocale()
     QCOMPARE(parsed, 2.75);
     QCOMPARE(QString::fromStdString(integer), QStringLiteral("1234567"));
     QVERIFY(commaRejected);
+}
+
+void tst_ValueText::conversionsAllocateAtMostTheResult()
+{
+    // Parsing allocates nothing; printing allocates at most the returned string.
+    const std::string intText = "  -0x7fffffffffffffff ";
+    const std::string floatText = "1.2345678901234567e-300";
+    const std::string macText = "00:30:53:1a:2b:3c";
+    long before = g_allocations.load();
+    const int64_t a = IntegerFromString(intText, PureNumber);
+    const double b = FloatFromString(floatText);
+    const int64_t c = IntegerFromString(macText, MACAddress);
+    const bool d = BooleanFromString("TRUE");
+    uint8_t reg[4];
+    RegisterFromString("0x01020304", reg, sizeof(reg));
+    QCOMPARE(g_allocations.load() - before, 0L);
+    QCOMPARE(a, -std::numeric_limits<qint64>::max());
+    QCOMPARE(b, 1.2345678901234567e-300);
+    QCOMPARE(c, qint64(0x0030531A2B3CLL));
+    QVERIFY(d);
+    QCOMPARE(int(reg[3]), 4);
+
+    struct Case
+    {
+        const char* name;
+        std::string (*print)();
+    };
+    const Case cases[] = {
+        {"decimal", [] { return IntegerToString(std::numeric_limits<int64_t>::min(), PureNumber); }},
+        {"hex", [] { return IntegerToString(-1, HexNumber); }},
+        {"mac", [] { return IntegerToString(0x0030531A2B3CLL, MACAddress); }},
+        {"ip", [] { return IntegerToString(0xC0A80101, IPV4Address); }},
+        {"fixed", [] { return FloatToString(1e300, fnFixed, 20, 0.0, 1e301); }},
+        {"nudged", [] { return FloatToString(0.123, fnFixed, 1, 0.121, 0.124); }},
+        {"scientific", [] { return FloatToString(-1.5e-200, fnScientific, 30, -1.0, 1.0); }},
+    };
+    for (const Case& k : cases) {
+        before = g_allocations.load();
+        const std::string text = k.print();
+        const long used = g_allocations.load() - before;
+        QVERIFY2(used <= 1, qPrintable(QStringLiteral("%1: %2 allocations for '%3'")
+                                           .arg(k.name).arg(used).arg(QString::fromStdString(text))));
+    }
 }
 
 void tst_ValueText::booleanText_data()
