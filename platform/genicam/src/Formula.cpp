@@ -853,47 +853,34 @@ T CFormula::Run(IFormulaValueSource& source) const
         case opSqrt: stack[sp - 1] = A::Real(stack[sp - 1], [](double v) { return std::sqrt(v); }); break;
         case opAsin: stack[sp - 1] = A::Real(stack[sp - 1], [](double v) { return std::asin(v); }); break;
         case opAcos: stack[sp - 1] = A::Real(stack[sp - 1], [](double v) { return std::acos(v); }); break;
-        default: {
-            // Binary operators: b on top, a below it.
-            const T b = stack[--sp];
-            const T a = stack[sp - 1];
-            T r;
-            switch (in.op) {
-            case opAdd: r = A::Add(a, b); break;
-            case opSub: r = A::Sub(a, b); break;
-            case opMul: r = A::Mul(a, b); break;
-            case opDiv:
-                if (A::IsZero(b))
-                    ThrowDivisionByZero(in.arg);
-                r = A::Div(a, b);
-                break;
-            case opMod:
-                if (A::IsZero(b))
-                    ThrowDivisionByZero(in.arg);
-                r = A::Mod(a, b);
-                break;
-            case opPow:
-                if (A::PowDividesByZero(a, b))
-                    ThrowDivisionByZero(in.arg);
-                r = A::Pow(a, b);
-                break;
-            case opShl: r = A::FromInt(ShiftLeft(A::AsInt(a), A::AsInt(b))); break;
-            case opShr: r = A::FromInt(ShiftRight(A::AsInt(a), A::AsInt(b))); break;
-            case opBitAnd: r = A::FromInt(A::AsInt(a) & A::AsInt(b)); break;
-            case opBitOr: r = A::FromInt(A::AsInt(a) | A::AsInt(b)); break;
-            case opBitXor: r = A::FromInt(A::AsInt(a) ^ A::AsInt(b)); break;
-            case opEq: r = A::FromBool(a == b); break;
-            case opNe: r = A::FromBool(a != b); break;
-            case opLt: r = A::FromBool(a < b); break;
-            case opGt: r = A::FromBool(a > b); break;
-            case opLe: r = A::FromBool(a <= b); break;
-            case opGe: r = A::FromBool(a >= b); break;
-            case opRound2: r = A::Round2(a, b); break;
-            default: r = a; break;
-            }
-            stack[sp - 1] = r;
-            break;
-        }
+// Binary operators: b on top, a below it; the result replaces a.
+#define VORLO_FORMULA_BINARY(expression)                                                             \
+    {                                                                                                \
+        const T b = stack[--sp];                                                                     \
+        const T a = stack[sp - 1];                                                                   \
+        stack[sp - 1] = (expression);                                                                \
+        break;                                                                                       \
+    }
+        case opAdd: VORLO_FORMULA_BINARY(A::Add(a, b))
+        case opSub: VORLO_FORMULA_BINARY(A::Sub(a, b))
+        case opMul: VORLO_FORMULA_BINARY(A::Mul(a, b))
+        case opDiv: VORLO_FORMULA_BINARY(A::IsZero(b) ? (ThrowDivisionByZero(in.arg), a) : A::Div(a, b))
+        case opMod: VORLO_FORMULA_BINARY(A::IsZero(b) ? (ThrowDivisionByZero(in.arg), a) : A::Mod(a, b))
+        case opPow:
+            VORLO_FORMULA_BINARY(A::PowDividesByZero(a, b) ? (ThrowDivisionByZero(in.arg), a) : A::Pow(a, b))
+        case opShl: VORLO_FORMULA_BINARY(A::FromInt(ShiftLeft(A::AsInt(a), A::AsInt(b))))
+        case opShr: VORLO_FORMULA_BINARY(A::FromInt(ShiftRight(A::AsInt(a), A::AsInt(b))))
+        case opBitAnd: VORLO_FORMULA_BINARY(A::FromInt(A::AsInt(a) & A::AsInt(b)))
+        case opBitOr: VORLO_FORMULA_BINARY(A::FromInt(A::AsInt(a) | A::AsInt(b)))
+        case opBitXor: VORLO_FORMULA_BINARY(A::FromInt(A::AsInt(a) ^ A::AsInt(b)))
+        case opEq: VORLO_FORMULA_BINARY(A::FromBool(a == b))
+        case opNe: VORLO_FORMULA_BINARY(A::FromBool(a != b))
+        case opLt: VORLO_FORMULA_BINARY(A::FromBool(a < b))
+        case opGt: VORLO_FORMULA_BINARY(A::FromBool(a > b))
+        case opLe: VORLO_FORMULA_BINARY(A::FromBool(a <= b))
+        case opGe: VORLO_FORMULA_BINARY(A::FromBool(a >= b))
+        case opRound2: VORLO_FORMULA_BINARY(A::Round2(a, b))
+#undef VORLO_FORMULA_BINARY
         }
     }
     return stack[0];
