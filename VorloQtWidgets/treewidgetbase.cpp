@@ -11,7 +11,7 @@ TreeWidgetBase::TreeWidgetBase(QWidget* parent, Qt::WindowFlags flags)
 
 TreeWidgetBase::~TreeWidgetBase() = default;
 
-QByteArray TreeWidgetBase::saveState(int version) const
+QByteArray TreeWidgetBase::saveState(int version)
 {
     QTreeView* view = treeView();
     if (!view)
@@ -58,7 +58,7 @@ bool TreeWidgetBase::restoreState(const QByteArray& state, int version)
     return true;
 }
 
-void TreeWidgetBase::onSaveState(QDataStream& /*stream*/) const
+void TreeWidgetBase::onSaveState(QDataStream& /*stream*/)
 {
 }
 

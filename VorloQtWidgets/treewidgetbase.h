@@ -22,15 +22,15 @@ public:
     explicit TreeWidgetBase(QWidget* parent = nullptr, Qt::WindowFlags flags = Qt::WindowFlags());
     ~TreeWidgetBase() override;
 
-    QByteArray saveState(int version) const;
+    QByteArray saveState(int version);
     bool restoreState(const QByteArray& state, int version);
 
     // The tree whose header is saved; null when the widget has none (then nothing is saved).
-    virtual QTreeView* treeView() const = 0;
+    virtual QTreeView* treeView() = 0;
 
 protected:
     // The derived class's tail, written after the section sizes.
-    virtual void onSaveState(QDataStream& stream) const;
+    virtual void onSaveState(QDataStream& stream);
     // Reads the tail that onSaveState wrote; called only when the header part was accepted.
     virtual void onRestoreState(QDataStream& stream);
 };

@@ -28,8 +28,8 @@ public:
         m_view->header()->resizeSection(2, 120);
     }
 
-    QTreeView* treeView() const override { return m_view; }
-    void onSaveState(QDataStream& stream) const override { stream << m_tail; }
+    QTreeView* treeView() override { return m_view; }
+    void onSaveState(QDataStream& stream) override { stream << m_tail; }
     void onRestoreState(QDataStream& stream) override
     {
         ++m_restoreCalls;
@@ -53,8 +53,8 @@ public:
 class TreelessWidget : public TreeWidgetBase
 {
 public:
-    QTreeView* treeView() const override { return nullptr; }
-    void onSaveState(QDataStream& stream) const override { stream << qint32(7); }
+    QTreeView* treeView() override { return nullptr; }
+    void onSaveState(QDataStream& stream) override { stream << qint32(7); }
 };
 
 QByteArray makeState(qint32 version, const QList<qint32>& ints)
