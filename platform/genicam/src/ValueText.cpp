@@ -208,44 +208,41 @@ std::size_t FormatExact(char* buffer, double value, EDisplayNotation notation)
 // ("123" → 2, "0.001" → -3, "5e-400" → -400); used only to tell overflow from underflow.
 long DecimalExponent(std::string_view body)
 {
-    long position = 0;   // exponent of the digit being looked at
-    bool seenPoint = false;
+    // Scan the mantissa: digits with at most one point.
+    std::size_t end = 0;
     long integerDigits = 0;
-    std::size_t i = 0;
-    for (; i < body.size(); ++i) {
-        const char c = body[i];
-        if (c == '.') {
+    bool seenPoint = false;
+    for (; end < body.size(); ++end) {
+        const char c = body[end];
+        if (c == '.')
             seenPoint = true;
-            continue;
-        }
-        if (c < '0' || c > '9')
+        else if (c >= '0' && c <= '9')
+            integerDigits += seenPoint ? 0 : 1;
+        else
             break;
-        if (!seenPoint)
-            ++integerDigits;
     }
-    long leading = 0;
-    bool found = false;
+    // Position of the first non-zero digit relative to the point.
+    long position = 0;
+    long digitsSeen = 0;
+    long fractionDigits = 0;
     seenPoint = false;
-    long afterPoint = 0;
-    long beforePoint = 0;
-    for (std::size_t k = 0; k < i && !found; ++k) {
+    for (std::size_t k = 0; k < end; ++k) {
         const char c = body[k];
         if (c == '.') {
             seenPoint = true;
             continue;
         }
         if (seenPoint)
-            ++afterPoint;
+            ++fractionDigits;
         else
-            ++beforePoint;
+            ++digitsSeen;
         if (c != '0') {
-            found = true;
-            leading = seenPoint ? -afterPoint : integerDigits - beforePoint;
+            position = seenPoint ? -fractionDigits : integerDigits - digitsSeen;
+            break;
         }
     }
-    position = found ? leading : 0;
-    if (i < body.size() && (body[i] == 'e' || body[i] == 'E')) {
-        std::string_view x = body.substr(i + 1);
+    if (end < body.size() && (body[end] == 'e' || body[end] == 'E')) {
+        std::string_view x = body.substr(end + 1);
         if (!x.empty() && x.front() == '+')
             x.remove_prefix(1);
         long e = 0;

@@ -1,0 +1,587 @@
+// Float nodes: Float, FloatReg, SwissKnife, Converter.
+
+#include "NodeImpl.h"
+#include "NodeMapImpl.h"
+#include "ValueText.h"
+
+#include <cfloat>
+#include <cmath>
+#include <cstring>
+
+namespace GenApi
+{
+    ERepresentation ParseRepresentationText(const std::string& s);
+    int64_t RoundToInt64(double v);
+
+    namespace
+    {
+        bool IsIntegerKind(const CNodeImpl* p)
+        {
+            switch (p->Kind())
+            {
+            case detail::ENodeKind::Integer:
+            case detail::ENodeKind::IntReg:
+            case detail::ENodeKind::MaskedIntReg:
+            case detail::ENodeKind::IntConverter:
+            case detail::ENodeKind::IntSwissKnife:
+                return true;
+            default:
+                return false;
+            }
+        }
+
+        EDisplayNotation ParseNotation(const std::string& s)
+        {
+            if (s == "Fixed")
+                return fnFixed;
+            if (s == "Scientific")
+                return fnScientific;
+            if (s == "Automatic")
+                return fnAutomatic;
+            return _UndefinedEDisplayNotation;
+        }
+    }
+
+    // ================================================================ CFloatBase
+
+    void CFloatBase::Setup()
+    {
+        CNodeImpl::Setup();
+        m_ImposedMin = -DBL_MAX;
+        m_ImposedMax = DBL_MAX;
+        m_pMin = Link("pMin");
+        m_pMax = Link("pMax");
+        m_pInc = Link("pInc");
+        m_HasMin = HasProperty("Min");
+        m_HasMax = HasProperty("Max");
+        m_HasInc = HasProperty("Inc");
+        m_Min = PropertyFloat("Min", -DBL_MAX);
+        m_Max = PropertyFloat("Max", DBL_MAX);
+        m_Inc = PropertyFloat("Inc", 0);
+        if (const detail::Property* p = FindProperty("ValidValueSet"))
+        {
+            std::string cur;
+            for (char c : p->Value + ";")
+            {
+                if (c == ';' || c == ',')
+                {
+                    if (!cur.empty())
+                        m_ValidValueSet.push_back(detail::FloatFromString(cur));
+                    cur.clear();
+                }
+                else if (c != ' ')
+                    cur += c;
+            }
+        }
+        m_Representation = ParseRepresentationText(PropertyText("Representation"));
+        m_HasUnit = HasProperty("Unit");
+        m_Unit = PropertyText("Unit");
+        m_DisplayNotation = ParseNotation(PropertyText("DisplayNotation"));
+        m_DisplayPrecision = PropertyInt("DisplayPrecision", -1);
+    }
+
+    double CFloatBase::NaturalMin() { return -DBL_MAX; }
+    double CFloatBase::NaturalMax() { return DBL_MAX; }
+    bool CFloatBase::NaturalHasInc() { return false; }
+    double CFloatBase::NaturalInc() { return 0; }
+    ERepresentation CFloatBase::NaturalRepresentation() { return PureNumber; }
+    std::string CFloatBase::NaturalUnit() const { return std::string(); }
+    EDisplayNotation CFloatBase::NaturalDisplayNotation() const { return fnAutomatic; }
+    int64_t CFloatBase::NaturalDisplayPrecision() const { return 6; }
+
+    bool CFloatBase::IsValueCacheValid() const { return m_ValueCacheValid; }
+
+    double CFloatBase::GetValue(bool Verify, bool IgnoreCache)
+    {
+        COperation op(m_pMap);
+        CheckReadable();
+        if (!Verify && !IgnoreCache && m_ValueCacheValid)
+            return m_Cache;
+        CEvalGuard guard(this, aspValue);
+        const double value = ReadValue(Verify, IgnoreCache);
+        if (Verify)
+            CheckRange(value);
+        if (m_CachingMode != NoCache)
+        {
+            m_Cache = value;
+            m_ValueCacheValid = true;
+        }
+        return value;
+    }
+
+    void CFloatBase::SetValue(double Value, bool Verify)
+    {
+        COperation op(m_pMap);
+        CEvalGuard guard(this, aspValue);
+        if (Verify)
+        {
+            CheckWritable();
+            CheckRange(Value);
+        }
+        m_ValueCacheValid = false;
+        WriteValue(Value, Verify);
+        m_pMap->NotifyChanged(this);
+        if (m_CachingMode == WriteThrough && CacheWrittenValue())
+        {
+            m_Cache = Value;
+            m_ValueCacheValid = true;
+        }
+        CheckError();
+    }
+
+    void CFloatBase::CheckRange(double Value)
+    {
+        if (std::isnan(Value))
+            throw OUT_OF_RANGE_EXCEPTION("Node '%s': value is not a number", m_Name.c_str());
+        const double min = GetMin();
+        const double max = GetMax();
+        if (Value < min)
+            throw OUT_OF_RANGE_EXCEPTION("Node '%s': value %.17g must be equal or greater than Min = %.17g",
+                                         m_Name.c_str(), Value, min);
+        if (Value > max)
+            throw OUT_OF_RANGE_EXCEPTION("Node '%s': value %.17g must be equal or smaller than Max = %.17g",
+                                         m_Name.c_str(), Value, max);
+    }
+
+    double CFloatBase::GetMin()
+    {
+        COperation op(m_pMap);
+        if (!IsAvailable(GetAccessMode()))
+            throw ACCESS_EXCEPTION("Node '%s' is not available, so it has no minimum", m_Name.c_str());
+        CEvalGuard guard(this, aspMin);
+        double min;
+        if (m_pMin)
+            min = m_pMin->InternalGetFloat(false, false);
+        else if (m_HasMin)
+            min = m_Min;
+        else
+            min = NaturalMin();
+        return std::max(min, m_ImposedMin);
+    }
+
+    double CFloatBase::GetMax()
+    {
+        COperation op(m_pMap);
+        if (!IsAvailable(GetAccessMode()))
+            throw ACCESS_EXCEPTION("Node '%s' is not available, so it has no maximum", m_Name.c_str());
+        CEvalGuard guard(this, aspMax);
+        double max;
+        if (m_pMax)
+            max = m_pMax->InternalGetFloat(false, false);
+        else if (m_HasMax)
+            max = m_Max;
+        else
+            max = NaturalMax();
+        return std::min(max, m_ImposedMax);
+    }
+
+    bool CFloatBase::HasInc()
+    {
+        COperation op(m_pMap);
+        return m_pInc || m_HasInc || NaturalHasInc();
+    }
+
+    EIncMode CFloatBase::GetIncMode()
+    {
+        COperation op(m_pMap);
+        if (!m_ValidValueSet.empty())
+            return listIncrement;
+        return HasInc() ? fixedIncrement : noIncrement;
+    }
+
+    double CFloatBase::GetInc()
+    {
+        COperation op(m_pMap);
+        if (!IsAvailable(GetAccessMode()))
+            throw ACCESS_EXCEPTION("Node '%s' is not available, so it has no increment", m_Name.c_str());
+        if (!HasInc())
+            throw ACCESS_EXCEPTION("Node '%s' has no increment", m_Name.c_str());
+        CEvalGuard guard(this, aspInc);
+        if (m_pInc)
+            return m_pInc->InternalGetFloat(false, false);
+        if (m_HasInc)
+            return m_Inc;
+        return NaturalInc();
+    }
+
+    double_autovector_t CFloatBase::GetListOfValidValues(bool bounded)
+    {
+        COperation op(m_pMap);
+        double_autovector_t list;
+        if (m_ValidValueSet.empty())
+            return list;
+        double min = -DBL_MAX, max = DBL_MAX;
+        if (bounded)
+        {
+            min = GetMin();
+            max = GetMax();
+        }
+        for (double v : m_ValidValueSet)
+            if (v >= min && v <= max)
+                list.push_back(v);
+        return list;
+    }
+
+    ERepresentation CFloatBase::GetRepresentation()
+    {
+        COperation op(m_pMap);
+        return m_Representation != _UndefinedRepresentation ? m_Representation : NaturalRepresentation();
+    }
+
+    gcstring CFloatBase::GetUnit() const
+    {
+        COperation op(m_pMap);
+        return InternalGetUnit();
+    }
+
+    std::string CFloatBase::InternalGetUnit() const { return m_HasUnit ? m_Unit : NaturalUnit(); }
+
+    EDisplayNotation CFloatBase::GetDisplayNotation() const
+    {
+        COperation op(m_pMap);
+        return m_DisplayNotation != _UndefinedEDisplayNotation ? m_DisplayNotation : NaturalDisplayNotation();
+    }
+
+    int64_t CFloatBase::GetDisplayPrecision() const
+    {
+        COperation op(m_pMap);
+        return m_DisplayPrecision >= 0 ? m_DisplayPrecision : NaturalDisplayPrecision();
+    }
+
+    void CFloatBase::ImposeMin(double Value)
+    {
+        COperation op(m_pMap);
+        m_ImposedMin = Value;
+        m_pMap->NotifyChanged(this);
+    }
+
+    void CFloatBase::ImposeMax(double Value)
+    {
+        COperation op(m_pMap);
+        m_ImposedMax = Value;
+        m_pMap->NotifyChanged(this);
+    }
+
+    gcstring CFloatBase::ToString(bool Verify, bool IgnoreCache)
+    {
+        COperation op(m_pMap);
+        const double value = GetValue(Verify, IgnoreCache);
+        double min = -DBL_MAX, max = DBL_MAX;
+        try
+        {
+            min = GetMin();
+            max = GetMax();
+        }
+        catch (const GenICam::GenericException&)
+        {
+            // Without bounds the text is printed as it is
+            min = -DBL_MAX;
+            max = DBL_MAX;
+        }
+        return detail::FloatToString(value, GetDisplayNotation(), GetDisplayPrecision(), min, max);
+    }
+
+    void CFloatBase::FromString(const gcstring& ValueStr, bool Verify)
+    {
+        COperation op(m_pMap);
+        SetValue(detail::FloatFromString(ValueStr), Verify);
+    }
+
+    int64_t CFloatBase::InternalGetInt(bool Verify, bool IgnoreCache)
+    {
+        return RoundToInt64(GetValue(Verify, IgnoreCache));
+    }
+    double CFloatBase::InternalGetFloat(bool Verify, bool IgnoreCache) { return GetValue(Verify, IgnoreCache); }
+    void CFloatBase::InternalSetInt(int64_t Value, bool Verify) { SetValue(static_cast<double>(Value), Verify); }
+    void CFloatBase::InternalSetFloat(double Value, bool Verify) { SetValue(Value, Verify); }
+    int64_t CFloatBase::InternalGetIntMin() { return RoundToInt64(std::ceil(GetMin())); }
+    int64_t CFloatBase::InternalGetIntMax() { return RoundToInt64(std::floor(GetMax())); }
+    int64_t CFloatBase::InternalGetIntInc() { return HasInc() ? RoundToInt64(GetInc()) : 1; }
+    double CFloatBase::InternalGetFloatMin() { return GetMin(); }
+    double CFloatBase::InternalGetFloatMax() { return GetMax(); }
+    double CFloatBase::InternalGetFloatInc() { return HasInc() ? GetInc() : 0; }
+    ERepresentation CFloatBase::InternalGetRepresentation() { return GetRepresentation(); }
+
+    // ================================================================ CFloatNode
+
+    void CFloatNode::Setup()
+    {
+        CFloatBase::Setup();
+        m_pValue = Link("pValue");
+        m_ValueCopies = Links("pValueCopy");
+        m_Value = PropertyFloat("Value", 0);
+        m_pIndex = Link("pIndex");
+        for (const detail::Property* p : FindProperties("ValueIndexed"))
+            m_ValueIndexed.emplace_back(detail::IntegerFromString(p->Attribute, PureNumber),
+                                        detail::FloatFromString(p->Value));
+        for (const detail::Property* p : FindProperties("pValueIndexed"))
+            m_pValueIndexed.emplace_back(detail::IntegerFromString(p->Attribute, PureNumber),
+                                         m_pMap->Resolve(this, "pValueIndexed", p->Value));
+        m_ValueDefault = PropertyFloat("ValueDefault", 0);
+        m_pValueDefault = Link("pValueDefault");
+        if (!m_pValue && !m_pIndex && !HasProperty("Value"))
+            throw RUNTIME_EXCEPTION("Node '%s': a Float needs Value, pValue or pIndex", m_Name.c_str());
+    }
+
+    EAccessMode CFloatNode::NaturalAccessMode() const
+    {
+        if (m_pValue)
+            return m_pValue->GetAccessMode();
+        if (m_pIndex && !IsReadable(m_pIndex->GetAccessMode()))
+            return NA;
+        return RW;
+    }
+
+    double CFloatNode::ReadValue(bool Verify, bool IgnoreCache)
+    {
+        if (m_pValue)
+            return m_pValue->InternalGetFloat(Verify, IgnoreCache);
+        if (m_pIndex)
+        {
+            const int64_t index = m_pIndex->InternalGetInt(false, IgnoreCache);
+            for (const auto& entry : m_pValueIndexed)
+                if (entry.first == index)
+                    return entry.second->InternalGetFloat(Verify, IgnoreCache);
+            for (const auto& entry : m_ValueIndexed)
+                if (entry.first == index)
+                    return entry.second;
+            if (m_pValueDefault)
+                return m_pValueDefault->InternalGetFloat(Verify, IgnoreCache);
+            return m_ValueDefault;
+        }
+        return m_Value;
+    }
+
+    void CFloatNode::WriteValue(double Value, bool Verify)
+    {
+        if (m_pValue)
+            m_pValue->InternalSetFloat(Value, Verify);
+        else if (m_pIndex)
+        {
+            const int64_t index = m_pIndex->InternalGetInt(false, false);
+            bool done = false;
+            for (auto& entry : m_pValueIndexed)
+            {
+                if (entry.first == index)
+                {
+                    entry.second->InternalSetFloat(Value, Verify);
+                    done = true;
+                    break;
+                }
+            }
+            for (auto& entry : m_ValueIndexed)
+            {
+                if (!done && entry.first == index)
+                {
+                    entry.second = Value;
+                    done = true;
+                }
+            }
+            if (!done)
+            {
+                if (m_pValueDefault)
+                    m_pValueDefault->InternalSetFloat(Value, Verify);
+                else
+                    m_ValueDefault = Value;
+            }
+        }
+        else
+            m_Value = Value;
+        for (CNodeImpl* p : m_ValueCopies)
+            p->InternalSetFloat(Value, Verify);
+    }
+
+    double CFloatNode::NaturalMin() { return m_pValue ? m_pValue->InternalGetFloatMin() : -DBL_MAX; }
+    double CFloatNode::NaturalMax() { return m_pValue ? m_pValue->InternalGetFloatMax() : DBL_MAX; }
+
+    bool CFloatNode::NaturalHasInc()
+    {
+        if (!m_pValue)
+            return false;
+        if (IsIntegerKind(m_pValue))
+            return true;
+        if (CFloatBase* p = dynamic_cast<CFloatBase*>(m_pValue))
+            return p->HasInc();
+        return false;
+    }
+
+    double CFloatNode::NaturalInc() { return m_pValue ? m_pValue->InternalGetFloatInc() : 0; }
+    ERepresentation CFloatNode::NaturalRepresentation()
+    {
+        return m_pValue ? m_pValue->InternalGetRepresentation() : PureNumber;
+    }
+    std::string CFloatNode::NaturalUnit() const { return m_pValue ? m_pValue->InternalGetUnit() : std::string(); }
+
+    // ================================================================ CFloatRegNode
+
+    void CFloatRegNode::Setup()
+    {
+        CFloatBase::Setup();
+        m_Reg.Setup(this);
+        const detail::Property* p = FindProperty("Cachable");
+        m_OwnCaching = p ? CNodeImpl::OwnCachingMode() : WriteAround;
+    }
+
+    EAccessMode CFloatRegNode::NaturalAccessMode() const { return m_Reg.AccessMode(); }
+
+    double CFloatRegNode::ReadValue(bool, bool)
+    {
+        const int64_t length = m_Reg.GetLength();
+        if (length != 4 && length != 8)
+            throw RUNTIME_EXCEPTION("Node '%s': a float register must be 4 or 8 bytes long, not %lld", m_Name.c_str(),
+                                    static_cast<long long>(length));
+        uint8_t bytes[8] = {};
+        m_Reg.Read(this, bytes, length);
+        uint8_t ordered[8] = {};
+        for (int64_t i = 0; i < length; ++i)
+            ordered[i] = m_Reg.m_Endianess == LittleEndian ? bytes[i] : bytes[length - 1 - i];
+        // ordered now holds the value least significant byte first
+        uint64_t raw = 0;
+        for (int64_t i = length - 1; i >= 0; --i)
+            raw = (raw << 8) | ordered[i];
+        if (length == 4)
+        {
+            const uint32_t raw32 = static_cast<uint32_t>(raw);
+            float f;
+            std::memcpy(&f, &raw32, 4);
+            return f;
+        }
+        double d;
+        std::memcpy(&d, &raw, 8);
+        return d;
+    }
+
+    void CFloatRegNode::WriteValue(double Value, bool)
+    {
+        const int64_t length = m_Reg.GetLength();
+        if (length != 4 && length != 8)
+            throw RUNTIME_EXCEPTION("Node '%s': a float register must be 4 or 8 bytes long, not %lld", m_Name.c_str(),
+                                    static_cast<long long>(length));
+        uint64_t raw = 0;
+        if (length == 4)
+        {
+            const float f = static_cast<float>(Value);
+            uint32_t raw32;
+            std::memcpy(&raw32, &f, 4);
+            raw = raw32;
+        }
+        else
+            std::memcpy(&raw, &Value, 8);
+        uint8_t bytes[8] = {};
+        for (int64_t i = 0; i < length; ++i)
+        {
+            const uint8_t b = static_cast<uint8_t>(raw >> (8 * i));
+            if (m_Reg.m_Endianess == LittleEndian)
+                bytes[i] = b;
+            else
+                bytes[length - 1 - i] = b;
+        }
+        m_Reg.Write(this, bytes, length);
+    }
+
+    // ================================================================ CSwissKnifeNode
+
+    void CSwissKnifeNode::Setup()
+    {
+        CFloatBase::Setup();
+        SetupFormulaSet(this, m_Set, false, nullptr);
+        const detail::Property* p = FindProperty("Formula");
+        if (!p)
+            throw RUNTIME_EXCEPTION("Node '%s': a SwissKnife needs a Formula", m_Name.c_str());
+        CompileFormula(this, m_Set, m_Formula, p->Value, detail::EFormulaMode::Float, nullptr);
+    }
+
+    double CSwissKnifeNode::ReadValue(bool, bool IgnoreCache)
+    {
+        CFormulaSource source(m_Set, IgnoreCache, 0, 0);
+        return m_Formula.EvaluateFloat(source);
+    }
+
+    void CSwissKnifeNode::WriteValue(double, bool)
+    {
+        throw ACCESS_EXCEPTION("Node '%s' is a SwissKnife and cannot be written", m_Name.c_str());
+    }
+
+    // ================================================================ CConverterNode
+
+    void CConverterNode::Setup()
+    {
+        CFloatBase::Setup();
+        m_pValue = Link("pValue");
+        if (!m_pValue)
+            throw RUNTIME_EXCEPTION("Node '%s': a Converter needs pValue", m_Name.c_str());
+        SetupFormulaSet(this, m_Set, true, nullptr);
+        const detail::Property* to = FindProperty("FormulaTo");
+        const detail::Property* from = FindProperty("FormulaFrom");
+        if (!to || !from)
+            throw RUNTIME_EXCEPTION("Node '%s': a Converter needs FormulaTo and FormulaFrom", m_Name.c_str());
+        CompileFormula(this, m_Set, m_FormulaTo, to->Value, detail::EFormulaMode::Float, "FROM");
+        CompileFormula(this, m_Set, m_FormulaFrom, from->Value, detail::EFormulaMode::Float, "TO");
+        const std::string slope = PropertyText("Slope", "Automatic");
+        m_Slope = slope == "Increasing" ? Increasing : slope == "Decreasing" ? Decreasing
+                : slope == "Varying" ? Varying : Automatic;
+    }
+
+    EAccessMode CConverterNode::NaturalAccessMode() const { return m_pValue->GetAccessMode(); }
+
+    double CConverterNode::From(double To, bool IgnoreCache)
+    {
+        CFormulaSource source(m_Set, IgnoreCache, To, RoundToInt64(To));
+        return m_FormulaFrom.EvaluateFloat(source);
+    }
+
+    double CConverterNode::ReadValue(bool Verify, bool IgnoreCache)
+    {
+        return From(m_pValue->InternalGetFloat(Verify, IgnoreCache), IgnoreCache);
+    }
+
+    void CConverterNode::WriteValue(double Value, bool Verify)
+    {
+        CFormulaSource source(m_Set, false, Value, RoundToInt64(Value));
+        const double raw = m_FormulaTo.EvaluateFloat(source);
+        m_pValue->InternalSetFloat(raw, Verify);
+    }
+
+    double CConverterNode::NaturalMin()
+    {
+        if (m_Slope == Varying)
+            return -DBL_MAX;
+        const double a = From(m_pValue->InternalGetFloatMin(), false);
+        const double b = From(m_pValue->InternalGetFloatMax(), false);
+        if (m_Slope == Increasing)
+            return a;
+        if (m_Slope == Decreasing)
+            return b;
+        return std::min(a, b);
+    }
+
+    double CConverterNode::NaturalMax()
+    {
+        if (m_Slope == Varying)
+            return DBL_MAX;
+        const double a = From(m_pValue->InternalGetFloatMin(), false);
+        const double b = From(m_pValue->InternalGetFloatMax(), false);
+        if (m_Slope == Increasing)
+            return b;
+        if (m_Slope == Decreasing)
+            return a;
+        return std::max(a, b);
+    }
+
+    ERepresentation CConverterNode::NaturalRepresentation() { return m_pValue->InternalGetRepresentation(); }
+    std::string CConverterNode::NaturalUnit() const { return m_pValue->InternalGetUnit(); }
+
+    EDisplayNotation CConverterNode::NaturalDisplayNotation() const
+    {
+        if (const CFloatBase* p = dynamic_cast<const CFloatBase*>(m_pValue))
+            return p->GetDisplayNotation();
+        return fnAutomatic;
+    }
+
+    int64_t CConverterNode::NaturalDisplayPrecision() const
+    {
+        if (const CFloatBase* p = dynamic_cast<const CFloatBase*>(m_pValue))
+            return p->GetDisplayPrecision();
+        return 6;
+    }
+}

@@ -1,0 +1,929 @@
+// Integer nodes: Integer, IntReg, MaskedIntReg, IntSwissKnife, IntConverter; and registers' addressing.
+
+#include "NodeImpl.h"
+#include "NodeMapImpl.h"
+#include "ValueText.h"
+
+#include <cmath>
+#include <cstring>
+
+namespace GenApi
+{
+    namespace
+    {
+        ERepresentation ParseRepresentation(const std::string& s)
+        {
+            if (s == "Linear") return Linear;
+            if (s == "Logarithmic") return Logarithmic;
+            if (s == "Boolean") return Boolean;
+            if (s == "PureNumber") return PureNumber;
+            if (s == "HexNumber") return HexNumber;
+            if (s == "IPV4Address") return IPV4Address;
+            if (s == "MACAddress") return MACAddress;
+            return _UndefinedRepresentation;
+        }
+
+        std::vector<std::string> SplitList(const std::string& s)
+        {
+            std::vector<std::string> parts;
+            std::string cur;
+            for (char c : s)
+            {
+                if (c == ';' || c == ',')
+                {
+                    if (!cur.empty())
+                        parts.push_back(cur);
+                    cur.clear();
+                }
+                else if (c != ' ' && c != '\t' && c != '\r' && c != '\n')
+                    cur += c;
+            }
+            if (!cur.empty())
+                parts.push_back(cur);
+            return parts;
+        }
+
+        int64_t SaturatingRound(double v)
+        {
+            if (std::isnan(v))
+                return 0;
+            if (v >= 9.2233720368547758e18)
+                return INT64_MAX;
+            if (v <= -9.2233720368547758e18)
+                return INT64_MIN;
+            return static_cast<int64_t>(std::llround(v));
+        }
+    }
+
+    ERepresentation ParseRepresentationText(const std::string& s) { return ParseRepresentation(s); }
+    int64_t RoundToInt64(double v) { return SaturatingRound(v); }
+
+    // ================================================================ CIntegerBase
+
+    void CIntegerBase::Setup()
+    {
+        CNodeImpl::Setup();
+        m_pMin = Link("pMin");
+        m_pMax = Link("pMax");
+        m_pInc = Link("pInc");
+        m_HasMin = HasProperty("Min");
+        m_HasMax = HasProperty("Max");
+        m_HasInc = HasProperty("Inc");
+        m_Min = PropertyInt("Min", INT64_MIN);
+        m_Max = PropertyInt("Max", INT64_MAX);
+        m_Inc = PropertyInt("Inc", 1);
+        if (m_HasInc && m_Inc <= 0)
+            throw RUNTIME_EXCEPTION("Node '%s': Inc must be positive, not %lld", m_Name.c_str(),
+                                    static_cast<long long>(m_Inc));
+        if (const detail::Property* p = FindProperty("ValidValueSet"))
+        {
+            for (const std::string& part : SplitList(p->Value))
+                m_ValidValueSet.push_back(detail::IntegerFromString(part, PureNumber));
+        }
+        m_Representation = ParseRepresentation(PropertyText("Representation"));
+        m_HasUnit = HasProperty("Unit");
+        m_Unit = PropertyText("Unit");
+    }
+
+    int64_t CIntegerBase::NaturalMin() { return INT64_MIN; }
+    int64_t CIntegerBase::NaturalMax() { return INT64_MAX; }
+    int64_t CIntegerBase::NaturalInc() { return 1; }
+    ERepresentation CIntegerBase::NaturalRepresentation() { return PureNumber; }
+
+    bool CIntegerBase::IsValueCacheValid() const { return m_ValueCacheValid; }
+
+    int64_t CIntegerBase::GetValue(bool Verify, bool IgnoreCache)
+    {
+        COperation op(m_pMap);
+        CheckReadable();
+        if (!Verify && !IgnoreCache && m_ValueCacheValid)
+            return m_Cache;
+        CEvalGuard guard(this, aspValue);
+        const int64_t value = ReadValue(Verify, IgnoreCache);
+        if (Verify)
+            CheckRange(value);
+        if (m_CachingMode != NoCache)
+        {
+            m_Cache = value;
+            m_ValueCacheValid = true;
+        }
+        return value;
+    }
+
+    void CIntegerBase::SetValue(int64_t Value, bool Verify)
+    {
+        COperation op(m_pMap);
+        CEvalGuard guard(this, aspValue);
+        if (Verify)
+        {
+            CheckWritable();
+            CheckRange(Value);
+        }
+        m_ValueCacheValid = false;
+        WriteValue(Value, Verify);
+        m_pMap->NotifyChanged(this);
+        if (m_CachingMode == WriteThrough && CacheWrittenValue())
+        {
+            m_Cache = Value;
+            m_ValueCacheValid = true;
+        }
+        CheckError();
+    }
+
+    void CIntegerBase::CheckRange(int64_t Value)
+    {
+        const int64_t min = GetMin();
+        const int64_t max = GetMax();
+        if (Value < min)
+            throw OUT_OF_RANGE_EXCEPTION("Node '%s': value %lld must be equal or greater than Min = %lld",
+                                         m_Name.c_str(), static_cast<long long>(Value), static_cast<long long>(min));
+        if (Value > max)
+            throw OUT_OF_RANGE_EXCEPTION("Node '%s': value %lld must be equal or smaller than Max = %lld",
+                                         m_Name.c_str(), static_cast<long long>(Value), static_cast<long long>(max));
+        if (!m_ValidValueSet.empty())
+        {
+            for (int64_t v : m_ValidValueSet)
+                if (v == Value)
+                    return;
+            throw OUT_OF_RANGE_EXCEPTION("Node '%s': value %lld is not in the set of valid values", m_Name.c_str(),
+                                         static_cast<long long>(Value));
+        }
+        const int64_t inc = GetInc();
+        if (inc > 1)
+        {
+            // Computed in unsigned arithmetic: Value - min may exceed the int64 range
+            const uint64_t distance = static_cast<uint64_t>(Value) - static_cast<uint64_t>(min);
+            if (distance % static_cast<uint64_t>(inc) != 0)
+                throw OUT_OF_RANGE_EXCEPTION("Node '%s': value %lld is not on the increment grid (Min = %lld, Inc = %lld)",
+                                             m_Name.c_str(), static_cast<long long>(Value),
+                                             static_cast<long long>(min), static_cast<long long>(inc));
+        }
+    }
+
+    int64_t CIntegerBase::GetMin()
+    {
+        COperation op(m_pMap);
+        if (!IsAvailable(GetAccessMode()))
+            throw ACCESS_EXCEPTION("Node '%s' is not available, so it has no minimum", m_Name.c_str());
+        CEvalGuard guard(this, aspMin);
+        int64_t min;
+        if (m_pMin)
+            min = m_pMin->InternalGetInt(false, false);
+        else if (m_HasMin)
+            min = m_Min;
+        else
+            min = NaturalMin();
+        return std::max(min, m_ImposedMin);
+    }
+
+    int64_t CIntegerBase::GetMax()
+    {
+        COperation op(m_pMap);
+        if (!IsAvailable(GetAccessMode()))
+            throw ACCESS_EXCEPTION("Node '%s' is not available, so it has no maximum", m_Name.c_str());
+        CEvalGuard guard(this, aspMax);
+        int64_t max;
+        if (m_pMax)
+            max = m_pMax->InternalGetInt(false, false);
+        else if (m_HasMax)
+            max = m_Max;
+        else
+            max = NaturalMax();
+        return std::min(max, m_ImposedMax);
+    }
+
+    EIncMode CIntegerBase::GetIncMode()
+    {
+        return m_ValidValueSet.empty() ? fixedIncrement : listIncrement;
+    }
+
+    int64_t CIntegerBase::GetInc()
+    {
+        COperation op(m_pMap);
+        if (!IsAvailable(GetAccessMode()))
+            throw ACCESS_EXCEPTION("Node '%s' is not available, so it has no increment", m_Name.c_str());
+        CEvalGuard guard(this, aspInc);
+        int64_t inc;
+        if (m_pInc)
+            inc = m_pInc->InternalGetInt(false, false);
+        else if (m_HasInc)
+            inc = m_Inc;
+        else
+            inc = NaturalInc();
+        return inc > 0 ? inc : 1;
+    }
+
+    int64_autovector_t CIntegerBase::GetListOfValidValues(bool bounded)
+    {
+        COperation op(m_pMap);
+        int64_autovector_t list;
+        if (m_ValidValueSet.empty())
+            return list;
+        int64_t min = INT64_MIN, max = INT64_MAX;
+        if (bounded)
+        {
+            min = GetMin();
+            max = GetMax();
+        }
+        for (int64_t v : m_ValidValueSet)
+            if (v >= min && v <= max)
+                list.push_back(v);
+        return list;
+    }
+
+    ERepresentation CIntegerBase::GetRepresentation()
+    {
+        COperation op(m_pMap);
+        return m_Representation != _UndefinedRepresentation ? m_Representation : NaturalRepresentation();
+    }
+
+    gcstring CIntegerBase::GetUnit()
+    {
+        COperation op(m_pMap);
+        return InternalGetUnit();
+    }
+
+    std::string CIntegerBase::InternalGetUnit() const { return m_Unit; }
+
+    void CIntegerBase::ImposeMin(int64_t Value)
+    {
+        COperation op(m_pMap);
+        m_ImposedMin = Value;
+        m_pMap->NotifyChanged(this);
+    }
+
+    void CIntegerBase::ImposeMax(int64_t Value)
+    {
+        COperation op(m_pMap);
+        m_ImposedMax = Value;
+        m_pMap->NotifyChanged(this);
+    }
+
+    gcstring CIntegerBase::ToString(bool Verify, bool IgnoreCache)
+    {
+        COperation op(m_pMap);
+        const int64_t value = GetValue(Verify, IgnoreCache);
+        return detail::IntegerToString(value, GetRepresentation());
+    }
+
+    void CIntegerBase::FromString(const gcstring& ValueStr, bool Verify)
+    {
+        COperation op(m_pMap);
+        const int64_t value = detail::IntegerFromString(ValueStr, GetRepresentation());
+        SetValue(value, Verify);
+    }
+
+    int64_t CIntegerBase::InternalGetInt(bool Verify, bool IgnoreCache) { return GetValue(Verify, IgnoreCache); }
+    double CIntegerBase::InternalGetFloat(bool Verify, bool IgnoreCache)
+    {
+        return static_cast<double>(GetValue(Verify, IgnoreCache));
+    }
+    void CIntegerBase::InternalSetInt(int64_t Value, bool Verify) { SetValue(Value, Verify); }
+    void CIntegerBase::InternalSetFloat(double Value, bool Verify) { SetValue(SaturatingRound(Value), Verify); }
+    int64_t CIntegerBase::InternalGetIntMin() { return GetMin(); }
+    int64_t CIntegerBase::InternalGetIntMax() { return GetMax(); }
+    int64_t CIntegerBase::InternalGetIntInc() { return GetInc(); }
+    ERepresentation CIntegerBase::InternalGetRepresentation() { return GetRepresentation(); }
+
+    // ================================================================ CIntegerNode
+
+    void CIntegerNode::Setup()
+    {
+        CIntegerBase::Setup();
+        m_pValue = Link("pValue");
+        m_ValueCopies = Links("pValueCopy");
+        m_Value = PropertyInt("Value", 0);
+        m_pIndex = Link("pIndex");
+        for (const detail::Property* p : FindProperties("ValueIndexed"))
+            m_ValueIndexed.emplace_back(detail::IntegerFromString(p->Attribute, PureNumber),
+                                        detail::IntegerFromString(p->Value, PureNumber));
+        for (const detail::Property* p : FindProperties("pValueIndexed"))
+            m_pValueIndexed.emplace_back(detail::IntegerFromString(p->Attribute, PureNumber),
+                                         m_pMap->Resolve(this, "pValueIndexed", p->Value));
+        m_ValueDefault = PropertyInt("ValueDefault", 0);
+        m_pValueDefault = Link("pValueDefault");
+        if (!m_pValue && !m_pIndex && !HasProperty("Value"))
+            throw RUNTIME_EXCEPTION("Node '%s': an Integer needs Value, pValue or pIndex", m_Name.c_str());
+    }
+
+    EAccessMode CIntegerNode::NaturalAccessMode() const
+    {
+        if (m_pValue)
+            return m_pValue->GetAccessMode();
+        if (m_pIndex && !IsReadable(m_pIndex->GetAccessMode()))
+            return NA;
+        return RW;
+    }
+
+    CNodeImpl* CIntegerNode::CurrentTarget(bool IgnoreCache)
+    {
+        if (m_pValue)
+            return m_pValue;
+        if (!m_pIndex)
+            return nullptr;
+        const int64_t index = m_pIndex->InternalGetInt(false, IgnoreCache);
+        for (const auto& entry : m_pValueIndexed)
+            if (entry.first == index)
+                return entry.second;
+        for (const auto& entry : m_ValueIndexed)
+            if (entry.first == index)
+                return nullptr;
+        return m_pValueDefault;
+    }
+
+    int64_t CIntegerNode::ReadValue(bool Verify, bool IgnoreCache)
+    {
+        if (m_pValue)
+            return m_pValue->InternalGetInt(Verify, IgnoreCache);
+        if (m_pIndex)
+        {
+            const int64_t index = m_pIndex->InternalGetInt(false, IgnoreCache);
+            for (const auto& entry : m_pValueIndexed)
+                if (entry.first == index)
+                    return entry.second->InternalGetInt(Verify, IgnoreCache);
+            for (const auto& entry : m_ValueIndexed)
+                if (entry.first == index)
+                    return entry.second;
+            if (m_pValueDefault)
+                return m_pValueDefault->InternalGetInt(Verify, IgnoreCache);
+            return m_ValueDefault;
+        }
+        return m_Value;
+    }
+
+    void CIntegerNode::WriteValue(int64_t Value, bool Verify)
+    {
+        if (m_pValue)
+            m_pValue->InternalSetInt(Value, Verify);
+        else if (m_pIndex)
+        {
+            const int64_t index = m_pIndex->InternalGetInt(false, false);
+            bool done = false;
+            for (auto& entry : m_pValueIndexed)
+            {
+                if (entry.first == index)
+                {
+                    entry.second->InternalSetInt(Value, Verify);
+                    done = true;
+                    break;
+                }
+            }
+            for (auto& entry : m_ValueIndexed)
+            {
+                if (!done && entry.first == index)
+                {
+                    entry.second = Value;
+                    done = true;
+                }
+            }
+            if (!done)
+            {
+                if (m_pValueDefault)
+                    m_pValueDefault->InternalSetInt(Value, Verify);
+                else
+                    m_ValueDefault = Value;
+            }
+        }
+        else
+            m_Value = Value;
+        for (CNodeImpl* p : m_ValueCopies)
+            p->InternalSetInt(Value, Verify);
+    }
+
+    int64_t CIntegerNode::NaturalMin()
+    {
+        CNodeImpl* p = m_pValue;
+        return p ? p->InternalGetIntMin() : INT64_MIN;
+    }
+
+    int64_t CIntegerNode::NaturalMax()
+    {
+        CNodeImpl* p = m_pValue;
+        return p ? p->InternalGetIntMax() : INT64_MAX;
+    }
+
+    int64_t CIntegerNode::NaturalInc()
+    {
+        CNodeImpl* p = m_pValue;
+        return p ? p->InternalGetIntInc() : 1;
+    }
+
+    ERepresentation CIntegerNode::NaturalRepresentation()
+    {
+        CNodeImpl* p = m_pValue;
+        return p ? p->InternalGetRepresentation() : PureNumber;
+    }
+
+    // ================================================================ registers
+
+    void CRegisterInfo::Setup(CNodeImpl* pNode)
+    {
+        for (const detail::Property* p : pNode->FindProperties("Address"))
+            m_Addresses.push_back(detail::IntegerFromString(p->Value, PureNumber));
+        m_pAddresses = pNode->Links("pAddress");
+        m_pIndex = pNode->Link("pIndex");
+        m_HasOffset = pNode->HasProperty("Offset");
+        m_Offset = pNode->PropertyInt("Offset", 0);
+        m_pOffset = pNode->Link("pOffset");
+        m_Length = pNode->PropertyInt("Length", 0);
+        m_pLength = pNode->Link("pLength");
+        m_pPort = pNode->Link("pPort");
+        if (m_pPort && m_pPort->Kind() != detail::ENodeKind::Port)
+            throw RUNTIME_EXCEPTION("Node '%s': pPort refers to '%s', which is not a Port", pNode->Name().c_str(),
+                                    m_pPort->Name().c_str());
+        const std::string access = pNode->PropertyText("AccessMode", "RO");
+        m_AccessMode = access == "RW" ? RW : access == "WO" ? WO : RO;
+        m_Endianess = pNode->PropertyText("Endianess", "LittleEndian") == "BigEndian" ? BigEndian : LittleEndian;
+        m_Sign = pNode->PropertyText("Sign", "Unsigned") == "Signed" ? Signed : Unsigned;
+    }
+
+    int64_t CRegisterInfo::GetLength() const
+    {
+        if (m_pLength)
+            return m_pLength->InternalGetInt(false, false);
+        return m_Length;
+    }
+
+    int64_t CRegisterInfo::GetAddress(CNodeImpl*) const
+    {
+        uint64_t address = 0;
+        for (int64_t a : m_Addresses)
+            address += static_cast<uint64_t>(a);
+        for (CNodeImpl* p : m_pAddresses)
+            address += static_cast<uint64_t>(p->InternalGetInt(false, false));
+        if (m_pIndex)
+        {
+            const int64_t index = m_pIndex->InternalGetInt(false, false);
+            int64_t offset;
+            if (m_pOffset)
+                offset = m_pOffset->InternalGetInt(false, false);
+            else if (m_HasOffset)
+                offset = m_Offset;
+            else
+                offset = GetLength();
+            address += static_cast<uint64_t>(index) * static_cast<uint64_t>(offset);
+        }
+        return static_cast<int64_t>(address);
+    }
+
+    EAccessMode CRegisterInfo::AccessMode() const
+    {
+        if (!m_pPort)
+            return NA;
+        return Combine(m_AccessMode, m_pPort->GetAccessMode());
+    }
+
+    void CRegisterInfo::Read(CNodeImpl* pNode, uint8_t* pBuffer, int64_t Length) const
+    {
+        if (!m_pPort)
+            throw ACCESS_EXCEPTION("Node '%s' has no port", pNode->Name().c_str());
+        const int64_t address = GetAddress(pNode);
+        static_cast<CPortNode*>(m_pPort)->PortRead(pBuffer, address, Length);
+    }
+
+    void CRegisterInfo::Write(CNodeImpl* pNode, const uint8_t* pBuffer, int64_t Length) const
+    {
+        if (!m_pPort)
+            throw ACCESS_EXCEPTION("Node '%s' has no port", pNode->Name().c_str());
+        const int64_t address = GetAddress(pNode);
+        static_cast<CPortNode*>(m_pPort)->PortWrite(pBuffer, address, Length);
+        // The port node's own dependents (registers invalidated by any write) learn of it too
+        pNode->Map()->NotifyChanged(pNode);
+    }
+
+    // ================================================================ CIntRegNode
+
+    void CIntRegNode::Setup()
+    {
+        CIntegerBase::Setup();
+        m_Reg.Setup(this);
+        const detail::Property* p = FindProperty("Cachable");
+        m_OwnCaching = p ? CNodeImpl::OwnCachingMode() : WriteThrough;
+    }
+
+    EAccessMode CIntRegNode::NaturalAccessMode() const { return m_Reg.AccessMode(); }
+
+    uint64_t CIntRegNode::ReadRaw(int64_t& Length)
+    {
+        Length = m_Reg.GetLength();
+        if (Length < 1 || Length > 8)
+            throw RUNTIME_EXCEPTION("Node '%s': an integer register must be 1 to 8 bytes long, not %lld",
+                                    m_Name.c_str(), static_cast<long long>(Length));
+        uint8_t bytes[8] = {};
+        m_Reg.Read(this, bytes, Length);
+        uint64_t raw = 0;
+        if (m_Reg.m_Endianess == LittleEndian)
+        {
+            for (int64_t i = Length - 1; i >= 0; --i)
+                raw = (raw << 8) | bytes[i];
+        }
+        else
+        {
+            for (int64_t i = 0; i < Length; ++i)
+                raw = (raw << 8) | bytes[i];
+        }
+        return raw;
+    }
+
+    void CIntRegNode::WriteRaw(uint64_t Raw, int64_t Length)
+    {
+        uint8_t bytes[8] = {};
+        if (m_Reg.m_Endianess == LittleEndian)
+        {
+            for (int64_t i = 0; i < Length; ++i)
+                bytes[i] = static_cast<uint8_t>(Raw >> (8 * i));
+        }
+        else
+        {
+            for (int64_t i = 0; i < Length; ++i)
+                bytes[Length - 1 - i] = static_cast<uint8_t>(Raw >> (8 * i));
+        }
+        m_Reg.Write(this, bytes, Length);
+    }
+
+    int64_t CIntRegNode::ReadValue(bool, bool)
+    {
+        int64_t length = 0;
+        const uint64_t raw = ReadRaw(length);
+        if (m_Reg.m_Sign == Signed && length < 8)
+        {
+            const unsigned shift = static_cast<unsigned>(64 - 8 * length);
+            return static_cast<int64_t>(raw << shift) >> shift;
+        }
+        return static_cast<int64_t>(raw);
+    }
+
+    void CIntRegNode::WriteValue(int64_t Value, bool)
+    {
+        const int64_t length = m_Reg.GetLength();
+        if (length < 1 || length > 8)
+            throw RUNTIME_EXCEPTION("Node '%s': an integer register must be 1 to 8 bytes long, not %lld",
+                                    m_Name.c_str(), static_cast<long long>(length));
+        WriteRaw(static_cast<uint64_t>(Value), length);
+    }
+
+    int64_t CIntRegNode::NaturalMin()
+    {
+        const int64_t length = m_Reg.GetLength();
+        if (m_Reg.m_Sign == Unsigned)
+            return 0;
+        if (length >= 8 || length < 1)
+            return INT64_MIN;
+        return -(int64_t(1) << (8 * length - 1));
+    }
+
+    int64_t CIntRegNode::NaturalMax()
+    {
+        const int64_t length = m_Reg.GetLength();
+        if (length >= 8 || length < 1)
+            return INT64_MAX;
+        if (m_Reg.m_Sign == Signed)
+            return (int64_t(1) << (8 * length - 1)) - 1;
+        return (int64_t(1) << (8 * length)) - 1;
+    }
+
+    // ================================================================ CMaskedIntRegNode
+
+    void CMaskedIntRegNode::Setup()
+    {
+        CIntRegNode::Setup();
+        if (HasProperty("Bit"))
+        {
+            m_Lsb = m_Msb = PropertyInt("Bit", 0);
+        }
+        else
+        {
+            m_Lsb = PropertyInt("LSB", 0);
+            m_Msb = PropertyInt("MSB", m_Lsb);
+        }
+        if (m_Lsb < 0 || m_Msb < 0 || m_Lsb > 63 || m_Msb > 63)
+            throw RUNTIME_EXCEPTION("Node '%s': bit positions LSB = %lld, MSB = %lld are outside 0..63",
+                                    m_Name.c_str(), static_cast<long long>(m_Lsb), static_cast<long long>(m_Msb));
+    }
+
+    void CMaskedIntRegNode::FieldBits(int64_t Length, unsigned& Low, unsigned& Width) const
+    {
+        const int64_t total = 8 * Length;
+        int64_t lsb = m_Lsb, msb = m_Msb;
+        if (m_Reg.m_Endianess == BigEndian)
+        {
+            // Big endian numbers bits from the most significant bit of the whole register
+            lsb = total - 1 - lsb;
+            msb = total - 1 - msb;
+        }
+        const int64_t low = std::min(lsb, msb);
+        const int64_t high = std::max(lsb, msb);
+        if (low < 0 || high >= total)
+            throw RUNTIME_EXCEPTION("Node '%s': bit field %lld..%lld does not fit a register of %lld bytes",
+                                    m_Name.c_str(), static_cast<long long>(m_Lsb), static_cast<long long>(m_Msb),
+                                    static_cast<long long>(Length));
+        Low = static_cast<unsigned>(low);
+        Width = static_cast<unsigned>(high - low + 1);
+    }
+
+    int64_t CMaskedIntRegNode::ReadValue(bool, bool)
+    {
+        int64_t length = 0;
+        const uint64_t raw = ReadRaw(length);
+        unsigned low = 0, width = 0;
+        FieldBits(length, low, width);
+        const uint64_t mask = width >= 64 ? ~uint64_t(0) : ((uint64_t(1) << width) - 1);
+        const uint64_t field = (raw >> low) & mask;
+        if (m_Reg.m_Sign == Signed && width < 64)
+        {
+            const unsigned shift = 64 - width;
+            return static_cast<int64_t>(field << shift) >> shift;
+        }
+        return static_cast<int64_t>(field);
+    }
+
+    void CMaskedIntRegNode::WriteValue(int64_t Value, bool)
+    {
+        const int64_t length = m_Reg.GetLength();
+        if (length < 1 || length > 8)
+            throw RUNTIME_EXCEPTION("Node '%s': an integer register must be 1 to 8 bytes long, not %lld",
+                                    m_Name.c_str(), static_cast<long long>(length));
+        unsigned low = 0, width = 0;
+        FieldBits(length, low, width);
+        const uint64_t mask = width >= 64 ? ~uint64_t(0) : ((uint64_t(1) << width) - 1);
+        uint64_t raw = 0;
+        // Read-modify-write keeps the other bits; a write-only register cannot be read first
+        if (IsReadable(m_Reg.AccessMode()))
+        {
+            int64_t readLength = 0;
+            raw = ReadRaw(readLength);
+        }
+        raw = (raw & ~(mask << low)) | ((static_cast<uint64_t>(Value) & mask) << low);
+        WriteRaw(raw, length);
+    }
+
+    int64_t CMaskedIntRegNode::NaturalMin()
+    {
+        unsigned low = 0, width = 0;
+        FieldBits(m_Reg.GetLength(), low, width);
+        if (m_Reg.m_Sign == Unsigned)
+            return 0;
+        if (width >= 64)
+            return INT64_MIN;
+        return -(int64_t(1) << (width - 1));
+    }
+
+    int64_t CMaskedIntRegNode::NaturalMax()
+    {
+        unsigned low = 0, width = 0;
+        FieldBits(m_Reg.GetLength(), low, width);
+        if (width >= 64)
+            return INT64_MAX;
+        if (m_Reg.m_Sign == Signed)
+            return (int64_t(1) << (width - 1)) - 1;
+        if (width >= 63)
+            return INT64_MAX;
+        return (int64_t(1) << width) - 1;
+    }
+
+    // ================================================================ formulas
+
+    double CFormulaSource::GetFloat(int slot)
+    {
+        const detail::FormulaSlot& s = m_Set.Slots[static_cast<size_t>(slot)];
+        switch (s.Kind)
+        {
+        case detail::FormulaSlot::Value: return s.pNode->InternalGetFloat(false, m_IgnoreCache);
+        case detail::FormulaSlot::Min: return s.pNode->InternalGetFloatMin();
+        case detail::FormulaSlot::Max: return s.pNode->InternalGetFloatMax();
+        case detail::FormulaSlot::Inc: return s.pNode->InternalGetFloatInc();
+        case detail::FormulaSlot::Constant: return s.FloatConstant;
+        case detail::FormulaSlot::Expression:
+            return m_Set.Expressions[static_cast<size_t>(s.ExpressionIndex)].EvaluateFloat(*this);
+        case detail::FormulaSlot::Direction: return m_Direction;
+        }
+        return 0;
+    }
+
+    int64_t CFormulaSource::GetInt(int slot)
+    {
+        const detail::FormulaSlot& s = m_Set.Slots[static_cast<size_t>(slot)];
+        switch (s.Kind)
+        {
+        case detail::FormulaSlot::Value: return s.pNode->InternalGetInt(false, m_IgnoreCache);
+        case detail::FormulaSlot::Min: return s.pNode->InternalGetIntMin();
+        case detail::FormulaSlot::Max: return s.pNode->InternalGetIntMax();
+        case detail::FormulaSlot::Inc: return s.pNode->InternalGetIntInc();
+        case detail::FormulaSlot::Constant: return s.IntConstant;
+        case detail::FormulaSlot::Expression:
+            return m_Set.Expressions[static_cast<size_t>(s.ExpressionIndex)].EvaluateInt(*this);
+        case detail::FormulaSlot::Direction: return m_IntDirection;
+        }
+        return 0;
+    }
+
+    namespace
+    {
+        int AddSlot(detail::FormulaSet& Set, detail::FormulaSlot Slot)
+        {
+            for (size_t i = 0; i < Set.Slots.size(); ++i)
+            {
+                const detail::FormulaSlot& s = Set.Slots[i];
+                if (s.Kind == Slot.Kind && s.pNode == Slot.pNode && s.ExpressionIndex == Slot.ExpressionIndex
+                    && (s.Kind != detail::FormulaSlot::Constant
+                        || (s.IntConstant == Slot.IntConstant && s.FloatConstant == Slot.FloatConstant)))
+                    return static_cast<int>(i);
+            }
+            Set.Slots.push_back(Slot);
+            return static_cast<int>(Set.Slots.size() - 1);
+        }
+
+        int ResolveSymbol(CNodeImpl* pNode, detail::FormulaSet& Set, const std::string& Symbol,
+                          const char* DirectionName, bool AllowExpressions)
+        {
+            if (DirectionName && Symbol == DirectionName)
+                return AddSlot(Set, {detail::FormulaSlot::Direction, nullptr, 0, 0, -1});
+            for (size_t i = 0; i < Set.VariableNames.size(); ++i)
+            {
+                const std::string& name = Set.VariableNames[i];
+                CNodeImpl* pVar = Set.Variables[i];
+                if (Symbol == name)
+                    return AddSlot(Set, {detail::FormulaSlot::Value, pVar, 0, 0, -1});
+                if (Symbol.size() > name.size() + 1 && Symbol.compare(0, name.size(), name) == 0
+                    && Symbol[name.size()] == '.')
+                {
+                    const std::string suffix = Symbol.substr(name.size() + 1);
+                    if (suffix == "Value")
+                        return AddSlot(Set, {detail::FormulaSlot::Value, pVar, 0, 0, -1});
+                    if (suffix == "Min")
+                        return AddSlot(Set, {detail::FormulaSlot::Min, pVar, 0, 0, -1});
+                    if (suffix == "Max")
+                        return AddSlot(Set, {detail::FormulaSlot::Max, pVar, 0, 0, -1});
+                    if (suffix == "Inc")
+                        return AddSlot(Set, {detail::FormulaSlot::Inc, pVar, 0, 0, -1});
+                    if (suffix.compare(0, 6, "Entry.") == 0)
+                    {
+                        const std::string symbolic = suffix.substr(6);
+                        if (CEnumerationNode* pEnum = dynamic_cast<CEnumerationNode*>(pVar))
+                        {
+                            for (CEnumEntryNode* pEntry : pEnum->m_Entries)
+                            {
+                                if (pEntry->m_Symbolic == symbolic)
+                                    return AddSlot(Set, {detail::FormulaSlot::Constant, nullptr,
+                                                         static_cast<double>(pEntry->m_Value), pEntry->m_Value, -1});
+                            }
+                        }
+                        throw RUNTIME_EXCEPTION("Node '%s': formula symbol '%s' names no entry of '%s'",
+                                                pNode->Name().c_str(), Symbol.c_str(), pVar->Name().c_str());
+                    }
+                }
+            }
+            for (const detail::Property* p : pNode->FindProperties("Constant"))
+            {
+                if (p->Attribute == Symbol)
+                {
+                    detail::FormulaSlot s{detail::FormulaSlot::Constant, nullptr, 0, 0, -1};
+                    s.FloatConstant = detail::FloatFromString(p->Value);
+                    try
+                    {
+                        s.IntConstant = detail::IntegerFromString(p->Value, PureNumber);
+                    }
+                    catch (const GenICam::GenericException&)
+                    {
+                        s.IntConstant = RoundToInt64(s.FloatConstant);
+                    }
+                    return AddSlot(Set, s);
+                }
+            }
+            if (AllowExpressions)
+            {
+                for (size_t i = 0; i < Set.ExpressionNames.size(); ++i)
+                    if (Set.ExpressionNames[i] == Symbol)
+                        return AddSlot(Set, {detail::FormulaSlot::Expression, nullptr, 0, 0, static_cast<int>(i)});
+            }
+            return -1;
+        }
+    }
+
+    void SetupFormulaSet(CNodeImpl* pNode, detail::FormulaSet& Set, bool, const char*)
+    {
+        for (const detail::Property* p : pNode->FindProperties("pVariable"))
+        {
+            Set.VariableNames.push_back(p->Attribute);
+            Set.Variables.push_back(pNode->Map()->Resolve(pNode, "pVariable", p->Value));
+        }
+    }
+
+    void CompileFormula(CNodeImpl* pNode, detail::FormulaSet& Set, detail::CFormula& Formula, const std::string& Text,
+                        detail::EFormulaMode Mode, const char* DirectionName)
+    {
+        // Expressions first (they may use variables and constants, not each other)
+        if (Set.Expressions.empty())
+        {
+            for (const detail::Property* p : pNode->FindProperties("Expression"))
+            {
+                Set.ExpressionNames.push_back(p->Attribute);
+                Set.Expressions.emplace_back();
+            }
+            for (size_t i = 0; i < Set.Expressions.size(); ++i)
+            {
+                const detail::Property* p = pNode->FindProperties("Expression")[i];
+                Set.Expressions[i].Compile(
+                    p->Value, Mode,
+                    [&](const std::string& symbol) { return ResolveSymbol(pNode, Set, symbol, DirectionName, false); },
+                    pNode->Name());
+            }
+        }
+        Formula.Compile(
+            Text, Mode,
+            [&](const std::string& symbol) { return ResolveSymbol(pNode, Set, symbol, DirectionName, true); },
+            pNode->Name());
+    }
+
+    // ================================================================ CIntSwissKnifeNode
+
+    void CIntSwissKnifeNode::Setup()
+    {
+        CIntegerBase::Setup();
+        SetupFormulaSet(this, m_Set, false, nullptr);
+        const detail::Property* p = FindProperty("Formula");
+        if (!p)
+            throw RUNTIME_EXCEPTION("Node '%s': an IntSwissKnife needs a Formula", m_Name.c_str());
+        CompileFormula(this, m_Set, m_Formula, p->Value, detail::EFormulaMode::Integer, nullptr);
+    }
+
+    int64_t CIntSwissKnifeNode::Evaluate(bool IgnoreCache)
+    {
+        CFormulaSource source(m_Set, IgnoreCache, 0, 0);
+        return m_Formula.EvaluateInt(source);
+    }
+
+    int64_t CIntSwissKnifeNode::ReadValue(bool, bool IgnoreCache) { return Evaluate(IgnoreCache); }
+
+    void CIntSwissKnifeNode::WriteValue(int64_t, bool)
+    {
+        throw ACCESS_EXCEPTION("Node '%s' is an IntSwissKnife and cannot be written", m_Name.c_str());
+    }
+
+    // ================================================================ CIntConverterNode
+
+    void CIntConverterNode::Setup()
+    {
+        CIntegerBase::Setup();
+        m_pValue = Link("pValue");
+        if (!m_pValue)
+            throw RUNTIME_EXCEPTION("Node '%s': an IntConverter needs pValue", m_Name.c_str());
+        SetupFormulaSet(this, m_Set, true, nullptr);
+        const detail::Property* to = FindProperty("FormulaTo");
+        const detail::Property* from = FindProperty("FormulaFrom");
+        if (!to || !from)
+            throw RUNTIME_EXCEPTION("Node '%s': an IntConverter needs FormulaTo and FormulaFrom", m_Name.c_str());
+        CompileFormula(this, m_Set, m_FormulaTo, to->Value, detail::EFormulaMode::Integer, "FROM");
+        CompileFormula(this, m_Set, m_FormulaFrom, from->Value, detail::EFormulaMode::Integer, "TO");
+        const std::string slope = PropertyText("Slope", "Automatic");
+        m_Slope = slope == "Increasing" ? Increasing : slope == "Decreasing" ? Decreasing
+                : slope == "Varying" ? Varying : Automatic;
+    }
+
+    EAccessMode CIntConverterNode::NaturalAccessMode() const { return m_pValue->GetAccessMode(); }
+
+    int64_t CIntConverterNode::From(int64_t To, bool IgnoreCache)
+    {
+        CFormulaSource source(m_Set, IgnoreCache, static_cast<double>(To), To);
+        return m_FormulaFrom.EvaluateInt(source);
+    }
+
+    int64_t CIntConverterNode::ReadValue(bool Verify, bool IgnoreCache)
+    {
+        return From(m_pValue->InternalGetInt(Verify, IgnoreCache), IgnoreCache);
+    }
+
+    void CIntConverterNode::WriteValue(int64_t Value, bool Verify)
+    {
+        CFormulaSource source(m_Set, false, static_cast<double>(Value), Value);
+        m_pValue->InternalSetInt(m_FormulaTo.EvaluateInt(source), Verify);
+    }
+
+    int64_t CIntConverterNode::NaturalMin()
+    {
+        if (m_Slope == Varying)
+            return INT64_MIN;
+        const int64_t a = From(m_pValue->InternalGetIntMin(), false);
+        const int64_t b = From(m_pValue->InternalGetIntMax(), false);
+        if (m_Slope == Increasing)
+            return a;
+        if (m_Slope == Decreasing)
+            return b;
+        return std::min(a, b);
+    }
+
+    int64_t CIntConverterNode::NaturalMax()
+    {
+        if (m_Slope == Varying)
+            return INT64_MAX;
+        const int64_t a = From(m_pValue->InternalGetIntMin(), false);
+        const int64_t b = From(m_pValue->InternalGetIntMax(), false);
+        if (m_Slope == Increasing)
+            return b;
+        if (m_Slope == Decreasing)
+            return a;
+        return std::max(a, b);
+    }
+
+    ERepresentation CIntConverterNode::NaturalRepresentation() { return m_pValue->InternalGetRepresentation(); }
+}

@@ -1,0 +1,655 @@
+// Behaviour common to every node: access modes, properties, links, callbacks, invalidation.
+
+#include "NodeImpl.h"
+#include "NodeMapImpl.h"
+#include "ValueText.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace GenApi
+{
+    namespace
+    {
+        const char* AccessModeName(EAccessMode Mode)
+        {
+            switch (Mode)
+            {
+            case NI: return "NI";
+            case NA: return "NA";
+            case WO: return "WO";
+            case RO: return "RO";
+            case RW: return "RW";
+            default: return "undefined";
+            }
+        }
+
+        void PushUnique(std::vector<CNodeImpl*>& List, CNodeImpl* p)
+        {
+            if (std::find(List.begin(), List.end(), p) == List.end())
+                List.push_back(p);
+        }
+
+        void Trim(std::string& s)
+        {
+            const char* ws = " \t\r\n";
+            const size_t b = s.find_first_not_of(ws);
+            if (b == std::string::npos)
+            {
+                s.clear();
+                return;
+            }
+            const size_t e = s.find_last_not_of(ws);
+            s = s.substr(b, e - b + 1);
+        }
+    }
+
+    // ---------------------------------------------------------------- evaluation guard
+
+    CNodeImpl::CEvalGuard::CEvalGuard(const CNodeImpl* pNode, uint8_t Aspect) : m_pNode(pNode), m_Aspect(Aspect)
+    {
+        if (pNode->m_Evaluating & Aspect)
+            throw RUNTIME_EXCEPTION("Node '%s': evaluation cycle, the node depends on itself", pNode->m_Name.c_str());
+        CNodeMapImpl* pMap = pNode->m_pMap;
+        if (pMap->m_EvalDepth >= CNodeMapImpl::MaxEvalDepth)
+            throw RUNTIME_EXCEPTION("Node '%s': evaluation nested more than %d levels deep", pNode->m_Name.c_str(),
+                                    CNodeMapImpl::MaxEvalDepth);
+        ++pMap->m_EvalDepth;
+        pNode->m_Evaluating |= Aspect;
+    }
+
+    CNodeImpl::CEvalGuard::~CEvalGuard()
+    {
+        m_pNode->m_Evaluating &= static_cast<uint8_t>(~m_Aspect);
+        --m_pNode->m_pMap->m_EvalDepth;
+    }
+
+    // ---------------------------------------------------------------- construction
+
+    CNodeImpl::CNodeImpl(CNodeMapImpl* pMap, detail::ENodeKind Kind) : m_pMap(pMap), m_Kind(Kind) {}
+
+    CNodeImpl::~CNodeImpl()
+    {
+        DestroyCallbacks();
+    }
+
+    void CNodeImpl::DestroyCallbacks()
+    {
+        std::vector<CNodeCallback*> callbacks;
+        callbacks.swap(m_Callbacks);
+        m_CallbackHoles = 0;
+        for (CNodeCallback* p : callbacks)
+            if (p)
+                p->Destroy();
+    }
+
+    // ---------------------------------------------------------------- properties
+
+    void CNodeImpl::AddProperty(const char* Name, std::string Value, std::string Attribute)
+    {
+        Trim(Value);
+        m_Properties.push_back(detail::Property{Name, std::move(Value), std::move(Attribute)});
+    }
+
+    const detail::Property* CNodeImpl::FindProperty(const char* Name) const
+    {
+        for (const detail::Property& p : m_Properties)
+            if (p.Name == Name || std::strcmp(p.Name, Name) == 0)
+                return &p;
+        return nullptr;
+    }
+
+    std::vector<const detail::Property*> CNodeImpl::FindProperties(const char* Name) const
+    {
+        std::vector<const detail::Property*> result;
+        for (const detail::Property& p : m_Properties)
+            if (std::strcmp(p.Name, Name) == 0)
+                result.push_back(&p);
+        return result;
+    }
+
+    std::string CNodeImpl::PropertyText(const char* Name, const std::string& Default) const
+    {
+        const detail::Property* p = FindProperty(Name);
+        return p ? p->Value : Default;
+    }
+
+    CNodeImpl* CNodeImpl::Link(const char* Name) const
+    {
+        const detail::Property* p = FindProperty(Name);
+        if (!p)
+            return nullptr;
+        return m_pMap->Resolve(this, Name, p->Value);
+    }
+
+    std::vector<CNodeImpl*> CNodeImpl::Links(const char* Name) const
+    {
+        std::vector<CNodeImpl*> result;
+        for (const detail::Property* p : FindProperties(Name))
+            result.push_back(m_pMap->Resolve(this, Name, p->Value));
+        return result;
+    }
+
+    int64_t CNodeImpl::PropertyInt(const char* Name, int64_t Default) const
+    {
+        const detail::Property* p = FindProperty(Name);
+        if (!p)
+            return Default;
+        try
+        {
+            return detail::IntegerFromString(p->Value, PureNumber);
+        }
+        catch (const GenICam::GenericException&)
+        {
+        }
+        try
+        {
+            const double d = detail::FloatFromString(p->Value);
+            if (d >= -9.2233720368547758e18 && d < 9.2233720368547758e18)
+                return static_cast<int64_t>(d);
+        }
+        catch (const GenICam::GenericException&)
+        {
+        }
+        throw RUNTIME_EXCEPTION("Node '%s': property %s has the value '%s', which is not a number", m_Name.c_str(),
+                                Name, p->Value.c_str());
+    }
+
+    double CNodeImpl::PropertyFloat(const char* Name, double Default) const
+    {
+        const detail::Property* p = FindProperty(Name);
+        if (!p)
+            return Default;
+        try
+        {
+            return detail::FloatFromString(p->Value);
+        }
+        catch (const GenICam::GenericException&)
+        {
+            throw RUNTIME_EXCEPTION("Node '%s': property %s has the value '%s', which is not a number",
+                                    m_Name.c_str(), Name, p->Value.c_str());
+        }
+    }
+
+    void CNodeImpl::AddReadingChild(CNodeImpl* p)
+    {
+        PushUnique(m_ReadingChildren, p);
+        PushUnique(p->m_ReadingParents, this);
+    }
+
+    void CNodeImpl::AddWritingChild(CNodeImpl* p)
+    {
+        PushUnique(m_WritingChildren, p);
+        PushUnique(p->m_WritingParents, this);
+    }
+
+    void CNodeImpl::AddInvalidator(CNodeImpl* p)
+    {
+        PushUnique(m_Invalidators, p);
+    }
+
+    void CNodeImpl::AddDependent(CNodeImpl* p)
+    {
+        if (p != this)
+            PushUnique(m_Dependents, p);
+    }
+
+    // ---------------------------------------------------------------- setup
+
+    void CNodeImpl::Setup()
+    {
+        const std::string ns = PropertyText("NameSpace");
+        m_NameSpace = ns == "Standard" ? Standard : Custom;
+
+        const std::string vis = PropertyText("Visibility", "Beginner");
+        if (vis == "Expert")
+            m_Visibility = Expert;
+        else if (vis == "Guru")
+            m_Visibility = Guru;
+        else if (vis == "Invisible")
+            m_Visibility = Invisible;
+        else
+            m_Visibility = Beginner;
+
+        const std::string imposed = PropertyText("ImposedAccessMode", "RW");
+        if (imposed == "RO")
+            m_DescribedImposedAccessMode = RO;
+        else if (imposed == "WO")
+            m_DescribedImposedAccessMode = WO;
+        else if (imposed == "NA")
+            m_DescribedImposedAccessMode = NA;
+        else if (imposed == "NI")
+            m_DescribedImposedAccessMode = NI;
+        else
+            m_DescribedImposedAccessMode = RW;
+
+        m_pIsImplemented = Link("pIsImplemented");
+        m_pIsAvailable = Link("pIsAvailable");
+        m_pIsLocked = Link("pIsLocked");
+        m_pError = Link("pError");
+        m_pBlockPolling = Link("pBlockPolling");
+        m_pAlias = Link("pAlias");
+        m_pCastAlias = Link("pCastAlias");
+        m_IsDeprecated = PropertyText("IsDeprecated") == "Yes";
+        m_Streamable = PropertyText("Streamable") == "Yes";
+        m_PollingTime = PropertyInt("PollingTime", -1);
+        for (CNodeImpl* p : Links("pSelected"))
+        {
+            PushUnique(m_Selected, p);
+            PushUnique(p->m_Selecting, this);
+        }
+    }
+
+    void CNodeImpl::Finish() {}
+
+    ECachingMode CNodeImpl::OwnCachingMode() const
+    {
+        const detail::Property* p = FindProperty("Cachable");
+        if (!p)
+            return WriteThrough;
+        if (p->Value == "WriteThrough")
+            return WriteThrough;
+        if (p->Value == "WriteAround")
+            return WriteAround;
+        return NoCache;
+    }
+
+    // ---------------------------------------------------------------- numeric access defaults
+
+    int64_t CNodeImpl::InternalGetInt(bool, bool)
+    {
+        throw LOGICAL_ERROR_EXCEPTION("Node '%s' has no numeric value", m_Name.c_str());
+    }
+    double CNodeImpl::InternalGetFloat(bool, bool)
+    {
+        throw LOGICAL_ERROR_EXCEPTION("Node '%s' has no numeric value", m_Name.c_str());
+    }
+    void CNodeImpl::InternalSetInt(int64_t, bool)
+    {
+        throw LOGICAL_ERROR_EXCEPTION("Node '%s' cannot take a numeric value", m_Name.c_str());
+    }
+    void CNodeImpl::InternalSetFloat(double, bool)
+    {
+        throw LOGICAL_ERROR_EXCEPTION("Node '%s' cannot take a numeric value", m_Name.c_str());
+    }
+    int64_t CNodeImpl::InternalGetIntMin() { return INT64_MIN; }
+    int64_t CNodeImpl::InternalGetIntMax() { return INT64_MAX; }
+    int64_t CNodeImpl::InternalGetIntInc() { return 1; }
+    double CNodeImpl::InternalGetFloatMin() { return -1.7976931348623157e308; }
+    double CNodeImpl::InternalGetFloatMax() { return 1.7976931348623157e308; }
+    double CNodeImpl::InternalGetFloatInc() { return 0; }
+    ERepresentation CNodeImpl::InternalGetRepresentation() { return PureNumber; }
+    std::string CNodeImpl::InternalGetUnit() const { return std::string(); }
+    EAccessMode CNodeImpl::NaturalAccessMode() const { return RO; }
+    bool CNodeImpl::IsPollingActive() { return true; }
+
+    bool CNodeImpl::ReadBool(CNodeImpl* pNode)
+    {
+        if (!IsReadable(pNode->GetAccessMode()))
+            return false;
+        switch (pNode->Kind())
+        {
+        case detail::ENodeKind::Float:
+        case detail::ENodeKind::FloatReg:
+        case detail::ENodeKind::Converter:
+        case detail::ENodeKind::SwissKnife:
+            return pNode->InternalGetFloat(false, false) != 0.0;
+        default:
+            return pNode->InternalGetInt(false, false) != 0;
+        }
+    }
+
+    // ---------------------------------------------------------------- access mode
+
+    EAccessMode CNodeImpl::GetAccessMode() const
+    {
+        COperation op(m_pMap);
+        if (m_AccessModeCacheValid)
+            return m_AccessModeCache;
+        CEvalGuard guard(this, aspAccessMode);
+        EAccessMode mode;
+        if (m_pIsImplemented && !ReadBool(m_pIsImplemented))
+            mode = NI;
+        else if (m_pIsAvailable && !ReadBool(m_pIsAvailable))
+            mode = NA;
+        else
+        {
+            mode = NaturalAccessMode();
+            if (m_pIsLocked && (mode == RW || mode == WO) && ReadBool(m_pIsLocked))
+                mode = mode == RW ? RO : NA;
+        }
+        mode = Combine(mode, m_DescribedImposedAccessMode);
+        mode = Combine(mode, m_ImposedAccessMode);
+        if (m_AccessModeCacheable == Yes)
+        {
+            m_AccessModeCache = mode;
+            m_AccessModeCacheValid = true;
+        }
+        return mode;
+    }
+
+    void CNodeImpl::CheckReadable() const
+    {
+        const EAccessMode mode = GetAccessMode();
+        if (!IsReadable(mode))
+            throw ACCESS_EXCEPTION("Node '%s' is not readable (access mode %s)", m_Name.c_str(), AccessModeName(mode));
+    }
+
+    void CNodeImpl::CheckWritable() const
+    {
+        const EAccessMode mode = GetAccessMode();
+        if (!IsWritable(mode))
+            throw ACCESS_EXCEPTION("Node '%s' is not writable (access mode %s)", m_Name.c_str(), AccessModeName(mode));
+    }
+
+    void CNodeImpl::CheckError()
+    {
+        if (!m_pError)
+            return;
+        const int64_t code = m_pError->InternalGetInt(false, true);
+        if (code == 0)
+            return;
+        std::string text = "error " + std::to_string(code);
+        if (CEnumerationNode* pEnum = dynamic_cast<CEnumerationNode*>(m_pError))
+        {
+            for (CEnumEntryNode* pEntry : pEnum->m_Entries)
+            {
+                if (pEntry->m_Value == code)
+                {
+                    text = std::string(pEntry->GetDisplayName());
+                    const std::string tip = pEntry->GetToolTip();
+                    if (!tip.empty())
+                        text += ": " + tip;
+                    break;
+                }
+            }
+        }
+        throw RUNTIME_EXCEPTION("Node '%s' reports an error: %s", m_Name.c_str(), text.c_str());
+    }
+
+    void CNodeImpl::ImposeAccessMode(EAccessMode ImposedAccessMode)
+    {
+        COperation op(m_pMap);
+        m_ImposedAccessMode = ImposedAccessMode;
+        m_pMap->ClearCachesFrom(this);
+    }
+
+    void CNodeImpl::ImposeVisibility(EVisibility ImposedVisibility)
+    {
+        COperation op(m_pMap);
+        m_ImposedVisibility = ImposedVisibility;
+    }
+
+    EYesNo CNodeImpl::IsAccessModeCacheable() const { return m_AccessModeCacheable; }
+
+    // ---------------------------------------------------------------- INode getters
+
+    gcstring CNodeImpl::GetName(bool FullQualified) const
+    {
+        if (!FullQualified)
+            return m_Name;
+        return (m_NameSpace == Standard ? "Std::" : "Cust::") + m_Name;
+    }
+
+    ENameSpace CNodeImpl::GetNameSpace() const { return m_NameSpace; }
+
+    EVisibility CNodeImpl::GetVisibility() const
+    {
+        COperation op(m_pMap);
+        return Combine(m_Visibility, m_ImposedVisibility);
+    }
+
+    void CNodeImpl::InvalidateNode()
+    {
+        COperation op(m_pMap);
+        m_pMap->NotifyChanged(this);
+    }
+
+    bool CNodeImpl::IsCachable() const { return m_CachingMode != NoCache; }
+    ECachingMode CNodeImpl::GetCachingMode() const { return m_CachingMode; }
+    int64_t CNodeImpl::GetPollingTime() const { return m_PollingTime; }
+
+    gcstring CNodeImpl::GetToolTip() const { return PropertyText("ToolTip"); }
+
+    gcstring CNodeImpl::GetDescription() const { return PropertyText("Description"); }
+
+    gcstring CNodeImpl::GetDisplayName() const
+    {
+        const detail::Property* p = FindProperty("DisplayName");
+        if (p)
+            return p->Value;
+        if (m_Kind == detail::ENodeKind::EnumEntry)
+            return static_cast<const CEnumEntryNode*>(this)->m_Symbolic;
+        return m_Name;
+    }
+
+    gcstring CNodeImpl::GetDeviceName() const { return m_pMap->GetDeviceName(); }
+
+    void CNodeImpl::GetChildren(NodeList_t& Children, ELinkType LinkType) const
+    {
+        COperation op(m_pMap);
+        Children.clear();
+        switch (LinkType)
+        {
+        case ctWritingChildren:
+        case ctValueChildren:
+            Children.assign(m_WritingChildren.begin(), m_WritingChildren.end());
+            break;
+        case ctInvalidatingChildren:
+            Children.assign(m_Invalidators.begin(), m_Invalidators.end());
+            break;
+        case ctDependingNodes:
+            Children.assign(m_Dependents.begin(), m_Dependents.end());
+            break;
+        case ctParentNodes:
+            Children.assign(m_ReadingParents.begin(), m_ReadingParents.end());
+            break;
+        case ctTerminalNodes:
+        {
+            // Follow the value links down to the nodes that hold values themselves
+            std::vector<const CNodeImpl*> todo(1, this);
+            std::vector<const CNodeImpl*> seen(1, this);
+            while (!todo.empty())
+            {
+                const CNodeImpl* p = todo.back();
+                todo.pop_back();
+                if (p->m_WritingChildren.empty())
+                {
+                    if (p != this)
+                        Children.push_back(const_cast<CNodeImpl*>(p));
+                    continue;
+                }
+                for (CNodeImpl* c : p->m_WritingChildren)
+                {
+                    if (std::find(seen.begin(), seen.end(), c) == seen.end())
+                    {
+                        seen.push_back(c);
+                        todo.push_back(c);
+                    }
+                }
+            }
+            break;
+        }
+        case ctReadingChildren:
+        default:
+            Children.assign(m_ReadingChildren.begin(), m_ReadingChildren.end());
+            break;
+        }
+    }
+
+    void CNodeImpl::GetParents(NodeList_t& Parents, ELinkType LinkType) const
+    {
+        COperation op(m_pMap);
+        Parents.clear();
+        if (LinkType == ctWritingChildren || LinkType == ctValueChildren)
+            Parents.assign(m_WritingParents.begin(), m_WritingParents.end());
+        else
+            Parents.assign(m_ReadingParents.begin(), m_ReadingParents.end());
+    }
+
+    INodeMap* CNodeImpl::GetNodeMap() const { return m_pMap; }
+    gcstring CNodeImpl::GetEventID() const { return PropertyText("EventID"); }
+    bool CNodeImpl::IsStreamable() const { return m_Streamable; }
+
+    void CNodeImpl::GetPropertyNames(gcstring_vector& PropertyNames) const
+    {
+        PropertyNames.clear();
+        for (const detail::Property& p : m_Properties)
+        {
+            bool seen = false;
+            for (const gcstring& n : PropertyNames)
+            {
+                if (n == p.Name)
+                {
+                    seen = true;
+                    break;
+                }
+            }
+            if (!seen)
+                PropertyNames.push_back(p.Name);
+        }
+    }
+
+    bool CNodeImpl::GetProperty(const gcstring& PropertyName, gcstring& ValueStr, gcstring& AttributeStr) const
+    {
+        ValueStr.clear();
+        AttributeStr.clear();
+        bool found = false;
+        for (const detail::Property& p : m_Properties)
+        {
+            if (PropertyName != p.Name)
+                continue;
+            if (found)
+            {
+                ValueStr += '\t';
+                AttributeStr += '\t';
+            }
+            ValueStr += p.Value;
+            AttributeStr += p.Attribute;
+            found = true;
+        }
+        return found;
+    }
+
+    INode* CNodeImpl::GetAlias() const { return m_pAlias; }
+    INode* CNodeImpl::GetCastAlias() const { return m_pCastAlias; }
+    gcstring CNodeImpl::GetDocuURL() const { return PropertyText("DocuURL"); }
+    bool CNodeImpl::IsDeprecated() const { return m_IsDeprecated; }
+    EInterfaceType CNodeImpl::GetPrincipalInterfaceType() const { return intfIBase; }
+    bool CNodeImpl::IsFeature() const { return m_IsFeature; }
+
+    // ---------------------------------------------------------------- selectors
+
+    bool CNodeImpl::IsSelector() const { return !m_Selected.empty(); }
+
+    void CNodeImpl::GetSelectedFeatures(FeatureList_t& Features) const
+    {
+        COperation op(m_pMap);
+        Features.clear();
+        for (CNodeImpl* p : m_Selected)
+            if (IValue* v = dynamic_cast<IValue*>(p))
+                Features.push_back(v);
+    }
+
+    void CNodeImpl::GetSelectingFeatures(FeatureList_t& Features) const
+    {
+        COperation op(m_pMap);
+        Features.clear();
+        for (CNodeImpl* p : m_Selecting)
+            if (IValue* v = dynamic_cast<IValue*>(p))
+                Features.push_back(v);
+    }
+
+    // ---------------------------------------------------------------- callbacks
+
+    CallbackHandleType CNodeImpl::RegisterCallback(CNodeCallback* pCallback)
+    {
+        CHECK_NULL_ARGUMENT(pCallback);
+        AutoLock lock(m_pMap->GetLock());
+        if (m_CallbackHoles && m_pMap->m_InsideFiring == 0 && m_pMap->m_OutsideFiring == 0)
+        {
+            m_Callbacks.erase(std::remove(m_Callbacks.begin(), m_Callbacks.end(), nullptr), m_Callbacks.end());
+            m_CallbackHoles = 0;
+        }
+        m_Callbacks.push_back(pCallback);
+        return reinterpret_cast<CallbackHandleType>(pCallback);
+    }
+
+    bool CNodeImpl::DeregisterCallback(CallbackHandleType hCallback)
+    {
+        CNodeCallback* pCallback = reinterpret_cast<CNodeCallback*>(hCallback);
+        if (!pCallback)
+            return false;
+        {
+            AutoLock lock(m_pMap->GetLock());
+            auto it = std::find(m_Callbacks.begin(), m_Callbacks.end(), pCallback);
+            if (it == m_Callbacks.end())
+                return false;
+            // Leave a hole rather than shifting: a dispatch may be walking the list by index
+            *it = nullptr;
+            ++m_CallbackHoles;
+        }
+        pCallback->Destroy();
+        return true;
+    }
+
+    void CNodeImpl::FireCallbacks(ECallbackType Type, bool Swallow)
+    {
+        ++m_pMap->m_InsideFiring;
+        try
+        {
+            for (size_t i = 0; i < m_Callbacks.size(); ++i)
+            {
+                CNodeCallback* p = m_Callbacks[i];
+                if (!p)
+                    continue;
+                if (Swallow)
+                {
+                    try
+                    {
+                        (*p)(Type);
+                    }
+                    catch (...)
+                    {
+                    }
+                }
+                else
+                    (*p)(Type);
+            }
+        }
+        catch (...)
+        {
+            --m_pMap->m_InsideFiring;
+            throw;
+        }
+        --m_pMap->m_InsideFiring;
+    }
+
+    void CNodeImpl::FireCallbacksOutsideLock(bool Swallow)
+    {
+        for (size_t i = 0;; ++i)
+        {
+            CNodeCallback* p = nullptr;
+            {
+                AutoLock lock(m_pMap->GetLock());
+                if (i >= m_Callbacks.size())
+                    break;
+                p = m_Callbacks[i];
+            }
+            if (!p)
+                continue;
+            if (Swallow)
+            {
+                try
+                {
+                    (*p)(cbPostOutsideLock);
+                }
+                catch (...)
+                {
+                }
+            }
+            else
+                (*p)(cbPostOutsideLock);
+        }
+    }
+}

@@ -1,0 +1,931 @@
+#pragma once
+// The engine's node classes. Not part of the public interface: applications see the nodes
+// only through the GenApi interfaces they implement.
+
+#include <GenApi/GenApi.h>
+
+#include "Formula.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace GenApi
+{
+    class CNodeMapImpl;
+    class CNodeImpl;
+
+    namespace detail
+    {
+        //! One property of a node as the description gives it
+        struct Property
+        {
+            const char* Name; // interned in the node map
+            std::string Value;
+            std::string Attribute;
+        };
+
+        //! Kinds of nodes the loader creates
+        enum class ENodeKind : uint8_t
+        {
+            Node,
+            Category,
+            Integer,
+            IntReg,
+            MaskedIntReg,
+            IntConverter,
+            IntSwissKnife,
+            Float,
+            FloatReg,
+            Converter,
+            SwissKnife,
+            Enumeration,
+            EnumEntry,
+            Boolean,
+            Command,
+            String,
+            StringReg,
+            Register,
+            Port
+        };
+
+        //! How a formula slot is filled
+        struct FormulaSlot
+        {
+            enum EKind : uint8_t
+            {
+                Value,      //!< value of a variable node
+                Min,
+                Max,
+                Inc,
+                Constant,   //!< a Constant element or an enumeration entry's value
+                Expression, //!< an Expression element
+                Direction   //!< TO or FROM of a converter
+            };
+            EKind Kind;
+            CNodeImpl* pNode;
+            double FloatConstant;
+            int64_t IntConstant;
+            int ExpressionIndex;
+        };
+
+        //! The formulas of a converter or swissknife and what their symbols refer to
+        struct FormulaSet
+        {
+            std::vector<FormulaSlot> Slots;
+            std::vector<CFormula> Expressions;
+            std::vector<std::string> ExpressionNames;
+            std::vector<std::string> VariableNames;
+            std::vector<CNodeImpl*> Variables;
+        };
+    }
+
+    //! Base of every node: common properties, access mode, callbacks, invalidation
+    class CNodeImpl : public virtual INode, public virtual ISelector
+    {
+    public:
+        CNodeImpl(CNodeMapImpl* pMap, detail::ENodeKind Kind);
+        ~CNodeImpl() override;
+
+        // IBase
+        EAccessMode GetAccessMode() const override;
+
+        // INode
+        gcstring GetName(bool FullQualified = false) const override;
+        ENameSpace GetNameSpace() const override;
+        EVisibility GetVisibility() const override;
+        void InvalidateNode() override;
+        bool IsCachable() const override;
+        EYesNo IsAccessModeCacheable() const override;
+        ECachingMode GetCachingMode() const override;
+        int64_t GetPollingTime() const override;
+        gcstring GetToolTip() const override;
+        gcstring GetDescription() const override;
+        gcstring GetDisplayName() const override;
+        gcstring GetDeviceName() const override;
+        void GetChildren(NodeList_t& Children, ELinkType LinkType = ctReadingChildren) const override;
+        void GetParents(NodeList_t& Parents, ELinkType LinkType = ctReadingChildren) const override;
+        CallbackHandleType RegisterCallback(CNodeCallback* pCallback) override;
+        bool DeregisterCallback(CallbackHandleType hCallback) override;
+        INodeMap* GetNodeMap() const override;
+        gcstring GetEventID() const override;
+        bool IsStreamable() const override;
+        void GetPropertyNames(gcstring_vector& PropertyNames) const override;
+        bool GetProperty(const gcstring& PropertyName, gcstring& ValueStr, gcstring& AttributeStr) const override;
+        void ImposeAccessMode(EAccessMode ImposedAccessMode) override;
+        void ImposeVisibility(EVisibility ImposedVisibility) override;
+        INode* GetAlias() const override;
+        INode* GetCastAlias() const override;
+        gcstring GetDocuURL() const override;
+        bool IsDeprecated() const override;
+        EInterfaceType GetPrincipalInterfaceType() const override;
+        bool IsFeature() const override;
+
+        // ISelector
+        bool IsSelector() const override;
+        void GetSelectedFeatures(FeatureList_t& Features) const override;
+        void GetSelectingFeatures(FeatureList_t& Features) const override;
+
+        // ---- engine side (the caller holds the node map's lock) ----
+
+        detail::ENodeKind Kind() const { return m_Kind; }
+        const std::string& Name() const { return m_Name; }
+        CNodeMapImpl* Map() const { return m_pMap; }
+
+        //! Reads the typed fields from the properties, resolving references
+        virtual void Setup();
+        //! Second pass after every node's Setup (caching modes, defaults taken from targets)
+        virtual void Finish();
+
+        //! The node's value as a number, for references (pValue, pMin, pIsAvailable, ...)
+        virtual int64_t InternalGetInt(bool Verify, bool IgnoreCache);
+        virtual double InternalGetFloat(bool Verify, bool IgnoreCache);
+        virtual void InternalSetInt(int64_t Value, bool Verify);
+        virtual void InternalSetFloat(double Value, bool Verify);
+        virtual int64_t InternalGetIntMin();
+        virtual int64_t InternalGetIntMax();
+        virtual int64_t InternalGetIntInc();
+        virtual double InternalGetFloatMin();
+        virtual double InternalGetFloatMax();
+        virtual double InternalGetFloatInc();
+        virtual ERepresentation InternalGetRepresentation();
+        virtual std::string InternalGetUnit() const;
+
+        //! Access mode before pIsImplemented, pIsAvailable, pIsLocked and imposed modes
+        virtual EAccessMode NaturalAccessMode() const;
+        //! Caching mode before combining with children
+        virtual ECachingMode OwnCachingMode() const;
+        //! Whether polling currently applies to this node
+        virtual bool IsPollingActive();
+
+        //! Reads a referenced node as a truth value (non-zero is true)
+        static bool ReadBool(CNodeImpl* pNode);
+
+        //! Drops cached value and access mode
+        void ClearCaches() const
+        {
+            m_ValueCacheValid = false;
+            m_AccessModeCacheValid = false;
+        }
+
+        //! Calls the callbacks of one phase; exceptions pass unless Swallow is set
+        void FireCallbacks(ECallbackType Type, bool Swallow);
+        //! Calls the outside-lock callbacks, taking the lock briefly for each one
+        void FireCallbacksOutsideLock(bool Swallow);
+        //! Destroys every registered callback (node map teardown)
+        void DestroyCallbacks();
+        bool HasCallbacks() const { return m_Callbacks.size() > m_CallbackHoles; }
+
+        //! Throws AccessException unless readable
+        void CheckReadable() const;
+        //! Throws AccessException unless writable
+        void CheckWritable() const;
+        //! Raises the error described by pError, if any
+        void CheckError();
+
+        // Properties and links as the loader fills them
+        void AddProperty(const char* Name, std::string Value, std::string Attribute);
+        const detail::Property* FindProperty(const char* Name) const;
+        //! All values of a property (several elements of the same name)
+        std::vector<const detail::Property*> FindProperties(const char* Name) const;
+        //! Text of a property, or Default
+        std::string PropertyText(const char* Name, const std::string& Default = std::string()) const;
+        bool HasProperty(const char* Name) const { return FindProperty(Name) != nullptr; }
+        //! Resolves a pointer property; null when absent; missing node: RuntimeException
+        CNodeImpl* Link(const char* Name) const;
+        std::vector<CNodeImpl*> Links(const char* Name) const;
+        int64_t PropertyInt(const char* Name, int64_t Default) const;
+        double PropertyFloat(const char* Name, double Default) const;
+
+        //! Where the loader records links for the dependency graph
+        void AddReadingChild(CNodeImpl* p);
+        void AddWritingChild(CNodeImpl* p);
+        void AddInvalidator(CNodeImpl* p);
+        void AddDependent(CNodeImpl* p);
+
+        const std::vector<CNodeImpl*>& Dependents() const { return m_Dependents; }
+        const std::vector<CNodeImpl*>& ReadingChildren() const { return m_ReadingChildren; }
+        const std::vector<CNodeImpl*>& WritingChildren() const { return m_WritingChildren; }
+
+        //! Guards an evaluation against re-entry (cycles) and unbounded depth
+        class CEvalGuard
+        {
+        public:
+            CEvalGuard(const CNodeImpl* pNode, uint8_t Aspect);
+            ~CEvalGuard();
+            CEvalGuard(const CEvalGuard&) = delete;
+            CEvalGuard& operator=(const CEvalGuard&) = delete;
+
+        private:
+            const CNodeImpl* m_pNode;
+            uint8_t m_Aspect;
+        };
+        enum : uint8_t
+        {
+            aspValue = 1,
+            aspAccessMode = 2,
+            aspMin = 4,
+            aspMax = 8,
+            aspInc = 16,
+            aspOther = 32
+        };
+
+        // Fields set by the loader
+        std::string m_Name;
+        ENameSpace m_NameSpace = Custom;
+        EVisibility m_Visibility = Beginner;
+        EVisibility m_ImposedVisibility = _UndefinedVisibility;
+        EAccessMode m_DescribedImposedAccessMode = RW;
+        EAccessMode m_ImposedAccessMode = RW;
+        CNodeImpl* m_pIsImplemented = nullptr;
+        CNodeImpl* m_pIsAvailable = nullptr;
+        CNodeImpl* m_pIsLocked = nullptr;
+        CNodeImpl* m_pError = nullptr;
+        CNodeImpl* m_pBlockPolling = nullptr;
+        CNodeImpl* m_pAlias = nullptr;
+        CNodeImpl* m_pCastAlias = nullptr;
+        int64_t m_PollingTime = -1;
+        int64_t m_PollElapsed = 0;
+        ECachingMode m_CachingMode = WriteThrough;
+        EYesNo m_AccessModeCacheable = Yes;
+        bool m_IsFeature = false;
+        bool m_IsDeprecated = false;
+        bool m_Streamable = false;
+        uint32_t m_VisitMark = 0;
+        uint32_t m_CollectMark = 0;
+        uint8_t m_CachingState = 0; // 0 unknown, 1 computing, 2 done (load time)
+
+        std::vector<detail::Property> m_Properties;
+        std::vector<CNodeImpl*> m_ReadingChildren;
+        std::vector<CNodeImpl*> m_WritingChildren;
+        std::vector<CNodeImpl*> m_Invalidators;
+        std::vector<CNodeImpl*> m_Dependents;
+        std::vector<CNodeImpl*> m_ReadingParents;
+        std::vector<CNodeImpl*> m_WritingParents;
+        std::vector<CNodeImpl*> m_Selected;
+        std::vector<CNodeImpl*> m_Selecting;
+
+    protected:
+        CNodeMapImpl* m_pMap;
+        detail::ENodeKind m_Kind;
+        mutable uint8_t m_Evaluating = 0;
+        mutable bool m_ValueCacheValid = false;
+        mutable bool m_AccessModeCacheValid = false;
+        mutable EAccessMode m_AccessModeCache = NI;
+        std::vector<CNodeCallback*> m_Callbacks;
+        uint32_t m_CallbackHoles = 0;
+    };
+
+    //! Shared range, increment and text logic of the integer nodes
+    class CIntegerBase : public CNodeImpl, public virtual IInteger
+    {
+    public:
+        CIntegerBase(CNodeMapImpl* pMap, detail::ENodeKind Kind) : CNodeImpl(pMap, Kind) {}
+
+        // IValue
+        INode* GetNode() override { return this; }
+        gcstring ToString(bool Verify = false, bool IgnoreCache = false) override;
+        void FromString(const gcstring& ValueStr, bool Verify = true) override;
+        bool IsValueCacheValid() const override;
+
+        // IInteger
+        void SetValue(int64_t Value, bool Verify = true) override;
+        int64_t GetValue(bool Verify = false, bool IgnoreCache = false) override;
+        int64_t GetMin() override;
+        int64_t GetMax() override;
+        EIncMode GetIncMode() override;
+        int64_t GetInc() override;
+        int64_autovector_t GetListOfValidValues(bool bounded = true) override;
+        ERepresentation GetRepresentation() override;
+        gcstring GetUnit() override;
+        void ImposeMin(int64_t Value) override;
+        void ImposeMax(int64_t Value) override;
+
+        EInterfaceType GetPrincipalInterfaceType() const override { return intfIInteger; }
+
+        int64_t InternalGetInt(bool Verify, bool IgnoreCache) override;
+        double InternalGetFloat(bool Verify, bool IgnoreCache) override;
+        void InternalSetInt(int64_t Value, bool Verify) override;
+        void InternalSetFloat(double Value, bool Verify) override;
+        int64_t InternalGetIntMin() override;
+        int64_t InternalGetIntMax() override;
+        int64_t InternalGetIntInc() override;
+        double InternalGetFloatMin() override { return static_cast<double>(InternalGetIntMin()); }
+        double InternalGetFloatMax() override { return static_cast<double>(InternalGetIntMax()); }
+        double InternalGetFloatInc() override { return static_cast<double>(InternalGetIntInc()); }
+        ERepresentation InternalGetRepresentation() override;
+        std::string InternalGetUnit() const override;
+
+        void Setup() override;
+
+    protected:
+        //! Reads the value from where it lives
+        virtual int64_t ReadValue(bool Verify, bool IgnoreCache) = 0;
+        //! Writes the value to where it lives
+        virtual void WriteValue(int64_t Value, bool Verify) = 0;
+        //! Range when the description gives none
+        virtual int64_t NaturalMin();
+        virtual int64_t NaturalMax();
+        virtual int64_t NaturalInc();
+        virtual ERepresentation NaturalRepresentation();
+        //! Whether a written value may be cached as it is
+        virtual bool CacheWrittenValue() const { return true; }
+        void CheckRange(int64_t Value);
+
+        CNodeImpl* m_pMin = nullptr;
+        CNodeImpl* m_pMax = nullptr;
+        CNodeImpl* m_pInc = nullptr;
+        bool m_HasMin = false;
+        bool m_HasMax = false;
+        bool m_HasInc = false;
+        int64_t m_Min = 0;
+        int64_t m_Max = 0;
+        int64_t m_Inc = 1;
+        int64_t m_ImposedMin = INT64_MIN;
+        int64_t m_ImposedMax = INT64_MAX;
+        std::vector<int64_t> m_ValidValueSet;
+        ERepresentation m_Representation = _UndefinedRepresentation;
+        std::string m_Unit;
+        bool m_HasUnit = false;
+        int64_t m_Cache = 0;
+    };
+
+    //! Integer: a floating value, a pValue, or an indexed table
+    class CIntegerNode : public CIntegerBase
+    {
+    public:
+        explicit CIntegerNode(CNodeMapImpl* pMap) : CIntegerBase(pMap, detail::ENodeKind::Integer) {}
+        void Setup() override;
+        EAccessMode NaturalAccessMode() const override;
+
+    protected:
+        int64_t ReadValue(bool Verify, bool IgnoreCache) override;
+        void WriteValue(int64_t Value, bool Verify) override;
+        int64_t NaturalMin() override;
+        int64_t NaturalMax() override;
+        int64_t NaturalInc() override;
+        ERepresentation NaturalRepresentation() override;
+
+        //! The node that currently carries the value (pValue or the indexed one), or null
+        CNodeImpl* CurrentTarget(bool IgnoreCache);
+
+        CNodeImpl* m_pValue = nullptr;
+        std::vector<CNodeImpl*> m_ValueCopies;
+        int64_t m_Value = 0;
+        CNodeImpl* m_pIndex = nullptr;
+        std::vector<std::pair<int64_t, int64_t>> m_ValueIndexed;
+        std::vector<std::pair<int64_t, CNodeImpl*>> m_pValueIndexed;
+        int64_t m_ValueDefault = 0;
+        CNodeImpl* m_pValueDefault = nullptr;
+    };
+
+    //! Address, length, port and access of a register
+    class CRegisterInfo
+    {
+    public:
+        void Setup(CNodeImpl* pNode);
+        int64_t GetAddress(CNodeImpl* pNode) const;
+        int64_t GetLength() const;
+        void Read(CNodeImpl* pNode, uint8_t* pBuffer, int64_t Length) const;
+        void Write(CNodeImpl* pNode, const uint8_t* pBuffer, int64_t Length) const;
+        EAccessMode AccessMode() const;
+
+        std::vector<int64_t> m_Addresses;
+        std::vector<CNodeImpl*> m_pAddresses;
+        CNodeImpl* m_pIndex = nullptr;
+        int64_t m_Offset = 0;
+        CNodeImpl* m_pOffset = nullptr;
+        bool m_HasOffset = false;
+        int64_t m_Length = 0;
+        CNodeImpl* m_pLength = nullptr;
+        CNodeImpl* m_pPort = nullptr;
+        EAccessMode m_AccessMode = RO;
+        EEndianess m_Endianess = LittleEndian;
+        ESign m_Sign = Unsigned;
+    };
+
+    //! IntReg: an integer of 1 to 8 bytes in a register
+    class CIntRegNode : public CIntegerBase
+    {
+    public:
+        CIntRegNode(CNodeMapImpl* pMap, detail::ENodeKind Kind = detail::ENodeKind::IntReg) : CIntegerBase(pMap, Kind) {}
+        void Setup() override;
+        EAccessMode NaturalAccessMode() const override;
+        ECachingMode OwnCachingMode() const override { return m_OwnCaching; }
+
+    protected:
+        int64_t ReadValue(bool Verify, bool IgnoreCache) override;
+        void WriteValue(int64_t Value, bool Verify) override;
+        int64_t NaturalMin() override;
+        int64_t NaturalMax() override;
+        uint64_t ReadRaw(int64_t& Length);
+        void WriteRaw(uint64_t Raw, int64_t Length);
+
+        CRegisterInfo m_Reg;
+        ECachingMode m_OwnCaching = WriteThrough;
+    };
+
+    //! MaskedIntReg: a bit field of a register
+    class CMaskedIntRegNode : public CIntRegNode
+    {
+    public:
+        explicit CMaskedIntRegNode(CNodeMapImpl* pMap) : CIntRegNode(pMap, detail::ENodeKind::MaskedIntReg) {}
+        void Setup() override;
+
+    protected:
+        int64_t ReadValue(bool Verify, bool IgnoreCache) override;
+        void WriteValue(int64_t Value, bool Verify) override;
+        int64_t NaturalMin() override;
+        int64_t NaturalMax() override;
+        //! Little-endian bit positions of the field
+        void FieldBits(int64_t Length, unsigned& Low, unsigned& Width) const;
+
+        int64_t m_Lsb = 0;
+        int64_t m_Msb = 0;
+    };
+
+    //! Evaluates a formula set against the nodes its symbols name
+    class CFormulaSource : public detail::IFormulaValueSource
+    {
+    public:
+        CFormulaSource(const detail::FormulaSet& Set, bool IgnoreCache, double Direction, int64_t IntDirection)
+            : m_Set(Set), m_IgnoreCache(IgnoreCache), m_Direction(Direction), m_IntDirection(IntDirection)
+        {
+        }
+        double GetFloat(int slot) override;
+        int64_t GetInt(int slot) override;
+
+    private:
+        const detail::FormulaSet& m_Set;
+        bool m_IgnoreCache;
+        double m_Direction;
+        int64_t m_IntDirection;
+    };
+
+    //! Compiles formulas of a node with its pVariable, Constant and Expression elements
+    void SetupFormulaSet(CNodeImpl* pNode, detail::FormulaSet& Set, bool WithDirection, const char* DirectionName);
+    void CompileFormula(CNodeImpl* pNode, detail::FormulaSet& Set, detail::CFormula& Formula, const std::string& Text,
+                        detail::EFormulaMode Mode, const char* DirectionName);
+
+    //! IntSwissKnife: a read-only integer formula
+    class CIntSwissKnifeNode : public CIntegerBase
+    {
+    public:
+        explicit CIntSwissKnifeNode(CNodeMapImpl* pMap) : CIntegerBase(pMap, detail::ENodeKind::IntSwissKnife) {}
+        void Setup() override;
+        EAccessMode NaturalAccessMode() const override { return RO; }
+        //! Evaluates the formula without access checks (embedded address formulas)
+        int64_t Evaluate(bool IgnoreCache);
+
+    protected:
+        int64_t ReadValue(bool Verify, bool IgnoreCache) override;
+        void WriteValue(int64_t Value, bool Verify) override;
+        bool CacheWrittenValue() const override { return false; }
+
+        detail::FormulaSet m_Set;
+        detail::CFormula m_Formula;
+    };
+
+    //! IntConverter: an integer shown through two formulas over another node
+    class CIntConverterNode : public CIntegerBase
+    {
+    public:
+        explicit CIntConverterNode(CNodeMapImpl* pMap) : CIntegerBase(pMap, detail::ENodeKind::IntConverter) {}
+        void Setup() override;
+        EAccessMode NaturalAccessMode() const override;
+
+    protected:
+        int64_t ReadValue(bool Verify, bool IgnoreCache) override;
+        void WriteValue(int64_t Value, bool Verify) override;
+        int64_t NaturalMin() override;
+        int64_t NaturalMax() override;
+        ERepresentation NaturalRepresentation() override;
+        bool CacheWrittenValue() const override { return false; }
+        int64_t From(int64_t To, bool IgnoreCache);
+
+        CNodeImpl* m_pValue = nullptr;
+        detail::FormulaSet m_Set;
+        detail::CFormula m_FormulaTo;
+        detail::CFormula m_FormulaFrom;
+        ESlope m_Slope = Automatic;
+    };
+
+    //! Shared range and text logic of the float nodes
+    class CFloatBase : public CNodeImpl, public virtual IFloat
+    {
+    public:
+        CFloatBase(CNodeMapImpl* pMap, detail::ENodeKind Kind) : CNodeImpl(pMap, Kind) {}
+
+        // IValue
+        INode* GetNode() override { return this; }
+        gcstring ToString(bool Verify = false, bool IgnoreCache = false) override;
+        void FromString(const gcstring& ValueStr, bool Verify = true) override;
+        bool IsValueCacheValid() const override;
+
+        // IFloat
+        void SetValue(double Value, bool Verify = true) override;
+        double GetValue(bool Verify = false, bool IgnoreCache = false) override;
+        double GetMin() override;
+        double GetMax() override;
+        bool HasInc() override;
+        EIncMode GetIncMode() override;
+        double GetInc() override;
+        double_autovector_t GetListOfValidValues(bool bounded = true) override;
+        ERepresentation GetRepresentation() override;
+        gcstring GetUnit() const override;
+        EDisplayNotation GetDisplayNotation() const override;
+        int64_t GetDisplayPrecision() const override;
+        void ImposeMin(double Value) override;
+        void ImposeMax(double Value) override;
+
+        EInterfaceType GetPrincipalInterfaceType() const override { return intfIFloat; }
+
+        int64_t InternalGetInt(bool Verify, bool IgnoreCache) override;
+        double InternalGetFloat(bool Verify, bool IgnoreCache) override;
+        void InternalSetInt(int64_t Value, bool Verify) override;
+        void InternalSetFloat(double Value, bool Verify) override;
+        int64_t InternalGetIntMin() override;
+        int64_t InternalGetIntMax() override;
+        int64_t InternalGetIntInc() override;
+        double InternalGetFloatMin() override;
+        double InternalGetFloatMax() override;
+        double InternalGetFloatInc() override;
+        ERepresentation InternalGetRepresentation() override;
+        std::string InternalGetUnit() const override;
+
+        void Setup() override;
+
+    protected:
+        virtual double ReadValue(bool Verify, bool IgnoreCache) = 0;
+        virtual void WriteValue(double Value, bool Verify) = 0;
+        virtual double NaturalMin();
+        virtual double NaturalMax();
+        virtual bool NaturalHasInc();
+        virtual double NaturalInc();
+        virtual ERepresentation NaturalRepresentation();
+        virtual std::string NaturalUnit() const;
+        virtual EDisplayNotation NaturalDisplayNotation() const;
+        virtual int64_t NaturalDisplayPrecision() const;
+        virtual bool CacheWrittenValue() const { return true; }
+        void CheckRange(double Value);
+
+        CNodeImpl* m_pMin = nullptr;
+        CNodeImpl* m_pMax = nullptr;
+        CNodeImpl* m_pInc = nullptr;
+        bool m_HasMin = false;
+        bool m_HasMax = false;
+        bool m_HasInc = false;
+        double m_Min = 0;
+        double m_Max = 0;
+        double m_Inc = 0;
+        double m_ImposedMin;
+        double m_ImposedMax;
+        std::vector<double> m_ValidValueSet;
+        ERepresentation m_Representation = _UndefinedRepresentation;
+        std::string m_Unit;
+        bool m_HasUnit = false;
+        EDisplayNotation m_DisplayNotation = _UndefinedEDisplayNotation;
+        int64_t m_DisplayPrecision = -1;
+        double m_Cache = 0;
+    };
+
+    //! Float: a floating value, a pValue, or an indexed table
+    class CFloatNode : public CFloatBase
+    {
+    public:
+        explicit CFloatNode(CNodeMapImpl* pMap) : CFloatBase(pMap, detail::ENodeKind::Float) {}
+        void Setup() override;
+        EAccessMode NaturalAccessMode() const override;
+
+    protected:
+        double ReadValue(bool Verify, bool IgnoreCache) override;
+        void WriteValue(double Value, bool Verify) override;
+        double NaturalMin() override;
+        double NaturalMax() override;
+        bool NaturalHasInc() override;
+        double NaturalInc() override;
+        ERepresentation NaturalRepresentation() override;
+        std::string NaturalUnit() const override;
+        CNodeImpl* CurrentTarget(bool IgnoreCache);
+
+        CNodeImpl* m_pValue = nullptr;
+        std::vector<CNodeImpl*> m_ValueCopies;
+        double m_Value = 0;
+        CNodeImpl* m_pIndex = nullptr;
+        std::vector<std::pair<int64_t, double>> m_ValueIndexed;
+        std::vector<std::pair<int64_t, CNodeImpl*>> m_pValueIndexed;
+        double m_ValueDefault = 0;
+        CNodeImpl* m_pValueDefault = nullptr;
+    };
+
+    //! FloatReg: an IEEE 754 float of 4 or 8 bytes in a register
+    class CFloatRegNode : public CFloatBase
+    {
+    public:
+        explicit CFloatRegNode(CNodeMapImpl* pMap) : CFloatBase(pMap, detail::ENodeKind::FloatReg) {}
+        void Setup() override;
+        EAccessMode NaturalAccessMode() const override;
+        ECachingMode OwnCachingMode() const override { return m_OwnCaching; }
+
+    protected:
+        double ReadValue(bool Verify, bool IgnoreCache) override;
+        void WriteValue(double Value, bool Verify) override;
+
+        CRegisterInfo m_Reg;
+        ECachingMode m_OwnCaching = WriteAround;
+    };
+
+    //! SwissKnife: a read-only float formula
+    class CSwissKnifeNode : public CFloatBase
+    {
+    public:
+        explicit CSwissKnifeNode(CNodeMapImpl* pMap) : CFloatBase(pMap, detail::ENodeKind::SwissKnife) {}
+        void Setup() override;
+        EAccessMode NaturalAccessMode() const override { return RO; }
+
+    protected:
+        double ReadValue(bool Verify, bool IgnoreCache) override;
+        void WriteValue(double Value, bool Verify) override;
+        bool CacheWrittenValue() const override { return false; }
+
+        detail::FormulaSet m_Set;
+        detail::CFormula m_Formula;
+    };
+
+    //! Converter: a float shown through two formulas over another node
+    class CConverterNode : public CFloatBase
+    {
+    public:
+        explicit CConverterNode(CNodeMapImpl* pMap) : CFloatBase(pMap, detail::ENodeKind::Converter) {}
+        void Setup() override;
+        EAccessMode NaturalAccessMode() const override;
+
+    protected:
+        double ReadValue(bool Verify, bool IgnoreCache) override;
+        void WriteValue(double Value, bool Verify) override;
+        double NaturalMin() override;
+        double NaturalMax() override;
+        ERepresentation NaturalRepresentation() override;
+        std::string NaturalUnit() const override;
+        EDisplayNotation NaturalDisplayNotation() const override;
+        int64_t NaturalDisplayPrecision() const override;
+        bool CacheWrittenValue() const override { return false; }
+        double From(double To, bool IgnoreCache);
+
+        CNodeImpl* m_pValue = nullptr;
+        detail::FormulaSet m_Set;
+        detail::CFormula m_FormulaTo;
+        detail::CFormula m_FormulaFrom;
+        ESlope m_Slope = Automatic;
+    };
+
+    class CEnumEntryNode;
+
+    //! Enumeration: a value chosen from named entries
+    class CEnumerationNode : public CNodeImpl, public virtual IEnumeration
+    {
+    public:
+        explicit CEnumerationNode(CNodeMapImpl* pMap) : CNodeImpl(pMap, detail::ENodeKind::Enumeration) {}
+
+        INode* GetNode() override { return this; }
+        gcstring ToString(bool Verify = false, bool IgnoreCache = false) override;
+        void FromString(const gcstring& ValueStr, bool Verify = true) override;
+        bool IsValueCacheValid() const override;
+
+        void GetSymbolics(StringList_t& Symbolics) override;
+        void GetEntries(NodeList_t& Entries) override;
+        void SetIntValue(int64_t Value, bool Verify = true) override;
+        int64_t GetIntValue(bool Verify = false, bool IgnoreCache = false) override;
+        IEnumEntry* GetEntryByName(const gcstring& Symbolic) override;
+        IEnumEntry* GetEntry(const int64_t IntValue) override;
+        IEnumEntry* GetCurrentEntry(bool Verify = false, bool IgnoreCache = false) override;
+
+        EInterfaceType GetPrincipalInterfaceType() const override { return intfIEnumeration; }
+        EAccessMode NaturalAccessMode() const override;
+        bool IsPollingActive() override;
+
+        int64_t InternalGetInt(bool Verify, bool IgnoreCache) override;
+        double InternalGetFloat(bool Verify, bool IgnoreCache) override;
+        void InternalSetInt(int64_t Value, bool Verify) override;
+        void InternalSetFloat(double Value, bool Verify) override;
+
+        void Setup() override;
+
+        std::vector<CEnumEntryNode*> m_Entries;
+
+    private:
+        int64_t ReadInt(bool Verify, bool IgnoreCache);
+        void WriteInt(int64_t Value, bool Verify);
+        CEnumEntryNode* FindEntry(int64_t Value) const;
+
+        CNodeImpl* m_pValue = nullptr;
+        int64_t m_Value = 0;
+        int64_t m_Cache = 0;
+    };
+
+    //! One entry of an enumeration
+    class CEnumEntryNode : public CNodeImpl, public virtual IEnumEntry
+    {
+    public:
+        explicit CEnumEntryNode(CNodeMapImpl* pMap) : CNodeImpl(pMap, detail::ENodeKind::EnumEntry) {}
+
+        INode* GetNode() override { return this; }
+        gcstring ToString(bool Verify = false, bool IgnoreCache = false) override;
+        void FromString(const gcstring& ValueStr, bool Verify = true) override;
+        bool IsValueCacheValid() const override { return true; }
+
+        int64_t GetValue() override;
+        gcstring GetSymbolic() const override;
+        double GetNumericValue() override;
+        bool IsSelfClearing() override;
+
+        EInterfaceType GetPrincipalInterfaceType() const override { return intfIEnumEntry; }
+        EAccessMode NaturalAccessMode() const override { return RO; }
+        int64_t InternalGetInt(bool Verify, bool IgnoreCache) override;
+        double InternalGetFloat(bool Verify, bool IgnoreCache) override;
+        void Setup() override;
+
+        std::string m_Symbolic;
+        int64_t m_Value = 0;
+        double m_NumericValue = 0;
+        bool m_IsSelfClearing = false;
+    };
+
+    //! Boolean: OnValue/OffValue over a value
+    class CBooleanNode : public CNodeImpl, public virtual IBoolean
+    {
+    public:
+        explicit CBooleanNode(CNodeMapImpl* pMap) : CNodeImpl(pMap, detail::ENodeKind::Boolean) {}
+
+        INode* GetNode() override { return this; }
+        gcstring ToString(bool Verify = false, bool IgnoreCache = false) override;
+        void FromString(const gcstring& ValueStr, bool Verify = true) override;
+        bool IsValueCacheValid() const override;
+
+        void SetValue(bool Value, bool Verify = true) override;
+        bool GetValue(bool Verify = false, bool IgnoreCache = false) const override;
+
+        EInterfaceType GetPrincipalInterfaceType() const override { return intfIBoolean; }
+        EAccessMode NaturalAccessMode() const override;
+        int64_t InternalGetInt(bool Verify, bool IgnoreCache) override;
+        double InternalGetFloat(bool Verify, bool IgnoreCache) override;
+        void InternalSetInt(int64_t Value, bool Verify) override;
+        void InternalSetFloat(double Value, bool Verify) override;
+        void Setup() override;
+
+    private:
+        bool ReadBoolValue(bool Verify, bool IgnoreCache) const;
+        void WriteBoolValue(bool Value, bool Verify);
+
+        CNodeImpl* m_pValue = nullptr;
+        int64_t m_Value = 0;
+        int64_t m_OnValue = 1;
+        int64_t m_OffValue = 0;
+        mutable bool m_Cache = false;
+    };
+
+    //! Command: writes CommandValue, done when the device clears it
+    class CCommandNode : public CNodeImpl, public virtual ICommand
+    {
+    public:
+        explicit CCommandNode(CNodeMapImpl* pMap) : CNodeImpl(pMap, detail::ENodeKind::Command) {}
+
+        INode* GetNode() override { return this; }
+        gcstring ToString(bool Verify = false, bool IgnoreCache = false) override;
+        void FromString(const gcstring& ValueStr, bool Verify = true) override;
+        bool IsValueCacheValid() const override { return false; }
+
+        void Execute(bool Verify = true) override;
+        bool IsDone(bool Verify = true) override;
+
+        EInterfaceType GetPrincipalInterfaceType() const override { return intfICommand; }
+        EAccessMode NaturalAccessMode() const override;
+        ECachingMode OwnCachingMode() const override { return NoCache; }
+        bool IsPollingActive() override { return m_Executing; }
+        void Setup() override;
+
+    private:
+        bool InternalIsDone(bool Verify);
+
+        CNodeImpl* m_pValue = nullptr;
+        int64_t m_Value = 0;
+        int64_t m_CommandValue = 1;
+        CNodeImpl* m_pCommandValue = nullptr;
+        bool m_Executing = false;
+    };
+
+    //! String: a floating string, or a StringReg in a register
+    class CStringNode : public CNodeImpl, public virtual IString
+    {
+    public:
+        CStringNode(CNodeMapImpl* pMap, detail::ENodeKind Kind) : CNodeImpl(pMap, Kind) {}
+
+        INode* GetNode() override { return this; }
+        gcstring ToString(bool Verify = false, bool IgnoreCache = false) override;
+        void FromString(const gcstring& ValueStr, bool Verify = true) override;
+        bool IsValueCacheValid() const override;
+
+        void SetValue(const gcstring& Value, bool Verify = true) override;
+        gcstring GetValue(bool Verify = false, bool IgnoreCache = false) override;
+        int64_t GetMaxLength() override;
+
+        EInterfaceType GetPrincipalInterfaceType() const override { return intfIString; }
+        EAccessMode NaturalAccessMode() const override;
+        ECachingMode OwnCachingMode() const override;
+        void Setup() override;
+
+    private:
+        std::string ReadString(bool Verify, bool IgnoreCache);
+        void WriteString(const std::string& Value, bool Verify);
+
+        bool m_IsRegister = false;
+        CRegisterInfo m_Reg;
+        ECachingMode m_OwnCaching = WriteThrough;
+        CNodeImpl* m_pValue = nullptr;
+        std::string m_Value;
+        std::string m_Cache;
+    };
+
+    //! Register: raw bytes
+    class CRegisterNode : public CNodeImpl, public virtual IRegister
+    {
+    public:
+        explicit CRegisterNode(CNodeMapImpl* pMap) : CNodeImpl(pMap, detail::ENodeKind::Register) {}
+
+        INode* GetNode() override { return this; }
+        gcstring ToString(bool Verify = false, bool IgnoreCache = false) override;
+        void FromString(const gcstring& ValueStr, bool Verify = true) override;
+        bool IsValueCacheValid() const override;
+
+        void Set(const uint8_t* pBuffer, int64_t Length, bool Verify = true) override;
+        void Get(uint8_t* pBuffer, int64_t Length, bool Verify = false, bool IgnoreCache = false) override;
+        int64_t GetLength() override;
+        int64_t GetAddress() override;
+
+        EInterfaceType GetPrincipalInterfaceType() const override { return intfIRegister; }
+        EAccessMode NaturalAccessMode() const override;
+        ECachingMode OwnCachingMode() const override { return m_OwnCaching; }
+        int64_t InternalGetInt(bool Verify, bool IgnoreCache) override;
+        double InternalGetFloat(bool Verify, bool IgnoreCache) override;
+        void Setup() override;
+
+    private:
+        void ReadBytes(uint8_t* pBuffer, int64_t Length, bool IgnoreCache);
+
+        CRegisterInfo m_Reg;
+        ECachingMode m_OwnCaching = WriteThrough;
+        std::vector<uint8_t> m_Cache;
+    };
+
+    //! Category: a list of features
+    class CCategoryNode : public CNodeImpl, public virtual ICategory
+    {
+    public:
+        explicit CCategoryNode(CNodeMapImpl* pMap) : CNodeImpl(pMap, detail::ENodeKind::Category) {}
+
+        INode* GetNode() override { return this; }
+        gcstring ToString(bool Verify = false, bool IgnoreCache = false) override;
+        void FromString(const gcstring& ValueStr, bool Verify = true) override;
+        bool IsValueCacheValid() const override { return true; }
+
+        void GetFeatures(FeatureList_t& Features) const override;
+
+        EInterfaceType GetPrincipalInterfaceType() const override { return intfICategory; }
+        EAccessMode NaturalAccessMode() const override { return RO; }
+        ECachingMode OwnCachingMode() const override { return WriteThrough; }
+        void Setup() override;
+
+        std::vector<CNodeImpl*> m_Features;
+    };
+
+    //! Port: register access through a connected IPort
+    class CPortNode : public CNodeImpl, public virtual IPort
+    {
+    public:
+        explicit CPortNode(CNodeMapImpl* pMap) : CNodeImpl(pMap, detail::ENodeKind::Port) {}
+
+        void Read(void* pBuffer, int64_t Address, int64_t Length) override;
+        void Write(const void* pBuffer, int64_t Address, int64_t Length) override;
+
+        EInterfaceType GetPrincipalInterfaceType() const override { return intfIPort; }
+        EAccessMode NaturalAccessMode() const override;
+        ECachingMode OwnCachingMode() const override { return WriteThrough; }
+
+        void Connect(IPort* pPort);
+        //! Read/Write without the lock and access checks (the register node holds the lock)
+        void PortRead(void* pBuffer, int64_t Address, int64_t Length);
+        void PortWrite(const void* pBuffer, int64_t Address, int64_t Length);
+
+    private:
+        IPort* m_pPort = nullptr;
+    };
+
+    //! Bare Node: only the common properties
+    class CPlainNode : public CNodeImpl
+    {
+    public:
+        explicit CPlainNode(CNodeMapImpl* pMap) : CNodeImpl(pMap, detail::ENodeKind::Node) {}
+        EInterfaceType GetPrincipalInterfaceType() const override { return intfIBase; }
+        EAccessMode NaturalAccessMode() const override { return RO; }
+    };
+}

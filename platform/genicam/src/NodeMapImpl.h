@@ -1,0 +1,123 @@
+#pragma once
+// The node map: owns the nodes, the lock, the dependency graph and the callback dispatch.
+
+#include "NodeImpl.h"
+
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+namespace GenApi
+{
+    class CNodeMapImpl : public INodeMap, public IDeviceInfo
+    {
+    public:
+        explicit CNodeMapImpl(const std::string& DeviceName);
+        ~CNodeMapImpl() override;
+
+        //! Builds the nodes from a description's text (size bytes at pData)
+        void Load(const char* pData, size_t Size);
+
+        // INodeMap
+        void GetNodes(NodeList_t& Nodes) const override;
+        INode* GetNode(const gcstring& Name) const override;
+        void InvalidateNodes() const override;
+        bool Connect(IPort* pPort, const gcstring& PortName) const override;
+        bool Connect(IPort* pPort) const override;
+        gcstring GetDeviceName() override;
+        void Poll(int64_t ElapsedTime) override;
+        CLock& GetLock() const override;
+        uint64_t GetNumNodes() const override;
+
+        // IDeviceInfo
+        gcstring GetModelName() override;
+        gcstring GetVendorName() override;
+        gcstring GetToolTip() override;
+        gcstring GetStandardNameSpace() override;
+        void GetGenApiVersion(Version_t& Version, uint16_t& Build) override;
+        void GetSchemaVersion(Version_t& Version) override;
+        void GetDeviceVersion(Version_t& Version) override;
+        gcstring GetProductGuid() override;
+        gcstring GetVersionGuid() override;
+
+        // ---- engine side ----
+
+        //! Finds a node by name (no lock; the caller holds it or the map is loading)
+        CNodeImpl* FindNode(const std::string& Name) const;
+        //! Resolves a reference of pFrom, raising RuntimeException naming both nodes if missing
+        CNodeImpl* Resolve(const CNodeImpl* pFrom, const char* Property, const std::string& Target) const;
+        //! Interns a property name so that every node shares one copy
+        const char* Intern(const std::string& Name);
+
+        //! Invalidates a node and everything that depends on it, collecting their callbacks
+        void NotifyChanged(CNodeImpl* pNode);
+        //! Clears the caches of a node and its dependents without callbacks
+        void ClearCachesFrom(CNodeImpl* pNode);
+
+        //! Entry and exit of every public operation: lock, and callbacks at the outermost exit
+        void BeginOperation();
+        void EndOperation(bool Unwinding);
+
+        //! Evaluation depth bookkeeping (bounded so a malformed description cannot overflow the stack)
+        int m_EvalDepth = 0;
+        static constexpr int MaxEvalDepth = 200;
+
+        //! Callbacks deregistered while outside-lock callbacks run are destroyed afterwards
+        int m_OutsideFiring = 0;
+        int m_InsideFiring = 0;
+        std::vector<CNodeCallback*> m_DeferredDestroy;
+
+    private:
+        void BuildNode(void* pElement, CNodeImpl* pParentEnum, void* pInherited);
+        void BuildNodes(void* pParent);
+        CNodeImpl* CreateNode(const char* ElementName);
+        void AddProperties(CNodeImpl* pNode, void* pElement, bool SkipNodeChildren);
+        void FinishLoad();
+        void ComputeCaching(CNodeImpl* pNode);
+        bool ReachesNoCache(CNodeImpl* pNode, std::vector<uint8_t>& State);
+
+        std::string m_DeviceName;
+        mutable CLock m_Lock;
+        bool m_Loaded = false;
+        int m_OpDepth = 0;
+        uint32_t m_VisitEpoch = 0;
+        uint32_t m_CollectEpoch = 1;
+        std::vector<CNodeImpl*> m_Pending;
+        std::vector<CNodeImpl*> m_Fired;
+
+        std::vector<std::unique_ptr<CNodeImpl>> m_Nodes;
+        std::unordered_map<std::string, CNodeImpl*> m_ByName;
+        std::unordered_set<std::string> m_InternedNames;
+        std::vector<CNodeImpl*> m_PolledNodes;
+        std::vector<std::pair<CNodeImpl*, std::vector<CNodeImpl*>>> m_StructGroups;
+        int m_AnonymousCount = 0;
+
+        std::string m_ModelName;
+        std::string m_VendorName;
+        std::string m_ToolTip;
+        std::string m_StandardNameSpace;
+        std::string m_ProductGuid;
+        std::string m_VersionGuid;
+        Version_t m_SchemaVersion{0, 0, 0};
+        Version_t m_DeviceVersion{0, 0, 0};
+    };
+
+    //! Holds the node map's lock for one public operation and fires callbacks at its end
+    class COperation
+    {
+    public:
+        explicit COperation(CNodeMapImpl* pMap) : m_pMap(pMap), m_Uncaught(std::uncaught_exceptions())
+        {
+            m_pMap->BeginOperation();
+        }
+        ~COperation() noexcept(false) { m_pMap->EndOperation(std::uncaught_exceptions() > m_Uncaught); }
+        COperation(const COperation&) = delete;
+        COperation& operator=(const COperation&) = delete;
+
+    private:
+        CNodeMapImpl* m_pMap;
+        int m_Uncaught;
+    };
+}
