@@ -402,6 +402,9 @@ void tst_ValueText::floatFromString_data()
     QTest::newRow("underflow reads as zero") << "1e-400" << 0.0;
     QTest::newRow("long fraction underflow reads as zero")
         << "0." + QString(400, '0') + "1" << 0.0;
+    QTest::newRow("long integer overflow reads as infinity")
+        << "1" + QString(400, '0') << std::numeric_limits<double>::infinity();
+    QTest::newRow("small mantissa with large exponent overflows") << "0.001e312" << std::numeric_limits<double>::infinity();
     QTest::newRow("printed scientific reads back") << "1.23457e+06" << 1234570.0;
 }
 
