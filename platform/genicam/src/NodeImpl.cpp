@@ -402,7 +402,7 @@ namespace GenApi
     void CNodeImpl::InvalidateNode()
     {
         COperation op(m_pMap);
-        m_pMap->NotifyChanged(this);
+        m_pMap->NotifyChanged(this, true);
     }
 
     bool CNodeImpl::IsCachable() const { return m_CachingMode != NoCache; }

@@ -264,6 +264,7 @@ namespace GenApi
         std::vector<CNodeImpl*> m_WritingParents;
         std::vector<CNodeImpl*> m_Selected;
         std::vector<CNodeImpl*> m_Selecting;
+        std::vector<CNodeImpl*> m_ValueChildren; // where the value comes from (for invalidation downwards)
 
     protected:
         CNodeMapImpl* m_pMap;

@@ -444,11 +444,14 @@ namespace GenApi
                 switch (cls)
                 {
                 case ELinkClass::Value:
+                    pNode->m_ValueChildren.push_back(pTarget);
                     pNode->AddWritingChild(pTarget);
                     pNode->AddReadingChild(pTarget);
                     pTarget->AddDependent(pNode);
                     break;
                 case ELinkClass::Reading:
+                    if (IsValueCarrying(p.Name))
+                        pNode->m_ValueChildren.push_back(pTarget);
                     pNode->AddReadingChild(pTarget);
                     pTarget->AddDependent(pNode);
                     break;
@@ -533,7 +536,7 @@ namespace GenApi
 
     // ================================================================ invalidation and callbacks
 
-    void CNodeMapImpl::NotifyChanged(CNodeImpl* pNode)
+    void CNodeMapImpl::NotifyChanged(CNodeImpl* pNode, bool Downward)
     {
         if (++m_VisitEpoch == 0)
         {
@@ -545,6 +548,22 @@ namespace GenApi
         queue.reserve(16);
         queue.push_back(pNode);
         pNode->m_VisitMark = m_VisitEpoch;
+        if (Downward)
+        {
+            // The nodes the value comes from lose their cached values too; everything that
+            // depends on them is then reached by the walk upwards below
+            for (size_t i = 0; i < queue.size(); ++i)
+            {
+                for (CNodeImpl* c : queue[i]->m_ValueChildren)
+                {
+                    if (c->m_VisitMark != m_VisitEpoch)
+                    {
+                        c->m_VisitMark = m_VisitEpoch;
+                        queue.push_back(c);
+                    }
+                }
+            }
+        }
         for (size_t i = 0; i < queue.size(); ++i)
         {
             CNodeImpl* p = queue[i];
@@ -709,7 +728,7 @@ namespace GenApi
                 p->m_PollElapsed = 0;
                 if (p->m_pBlockPolling && CNodeImpl::ReadBool(p->m_pBlockPolling))
                     continue;
-                NotifyChanged(p);
+                NotifyChanged(p, true);
             }
             catch (const GenICam::GenericException&)
             {

@@ -51,8 +51,10 @@ namespace GenApi
         //! Interns a property name so that every node shares one copy
         const char* Intern(const std::string& Name);
 
-        //! Invalidates a node and everything that depends on it, collecting their callbacks
-        void NotifyChanged(CNodeImpl* pNode);
+        //! Invalidates a node and everything that depends on it, collecting their callbacks.
+        //! Downward also drops the cached values the node is computed from (an explicit
+        //! invalidation or a poll means: read the device again).
+        void NotifyChanged(CNodeImpl* pNode, bool Downward = false);
         //! Clears the caches of a node and its dependents without callbacks
         void ClearCachesFrom(CNodeImpl* pNode);
 
