@@ -7,7 +7,13 @@
 
 namespace {
 
-const char kGroup[] = "DoNotShowAgain";
+// The stored answers live in the group "DoNotShowAgain", one int per key. The full path is
+// used rather than beginGroup() so that an empty key still names a setting: the group's own
+// name ("DoNotShowAgain/" normalises to "DoNotShowAgain").
+QString settingsPath(const QString& key)
+{
+    return QStringLiteral("DoNotShowAgain/") + key;
+}
 
 QString defaultCheckBoxText()
 {
@@ -39,9 +45,10 @@ void MessageBoxCheckable::init(const QString& key)
     m_checkBoxText = defaultCheckBoxText();
 
     QSettings settings;
-    settings.beginGroup(QLatin1String(kGroup));
-    m_savedResult = settings.value(m_settingsKey, -1).toInt();
-    settings.endGroup();
+    m_savedResult = settings.value(settingsPath(m_settingsKey), -1).toInt();
+
+    // Qt 5 buttons end the box without passing through done(); finished() covers them.
+    connect(this, SIGNAL(finished(int)), this, SLOT(onFinished(int)));
 
     // A box with a stored answer never shows, so it gets no check box.
     if (m_savedResult == -1)
@@ -90,18 +97,29 @@ bool MessageBoxCheckable::addCheckBoxWidget()
     return true;
 }
 
-void MessageBoxCheckable::done(int result)
+void MessageBoxCheckable::saveResultIfWanted(int result)
 {
     const int mask = static_cast<int>(m_saveResultOnButton);
     const bool inMask = (result & ~mask) == 0;
     const bool zeroOnlyWithEmptyMask = result != 0 || mask == 0;
     if (inMask && zeroOnlyWithEmptyMask && m_pCheckBox && m_pCheckBox->checkState() == Qt::Checked) {
         QSettings settings;
-        settings.beginGroup(QLatin1String(kGroup));
-        settings.setValue(m_settingsKey, result);
-        settings.endGroup();
+        settings.setValue(settingsPath(m_settingsKey), result);
     }
+}
+
+void MessageBoxCheckable::done(int result)
+{
+    saveResultIfWanted(result);
+    m_inDone = true;
     QDialog::done(result);
+    m_inDone = false;
+}
+
+void MessageBoxCheckable::onFinished(int result)
+{
+    if (!m_inDone)
+        saveResultIfWanted(result);
 }
 
 bool MessageBoxCheckable::reset()
@@ -109,18 +127,15 @@ bool MessageBoxCheckable::reset()
     if (m_settingsKey.isEmpty())
         return false;
     QSettings settings;
-    settings.beginGroup(QLatin1String(kGroup));
-    if (settings.contains(m_settingsKey))
-        settings.remove(m_settingsKey);
-    settings.endGroup();
+    const QString path = settingsPath(m_settingsKey);
+    if (settings.contains(path))
+        settings.remove(path);
     return true;
 }
 
 bool MessageBoxCheckable::resetAll()
 {
     QSettings settings;
-    settings.beginGroup(QLatin1String(kGroup));
-    settings.remove(QString()); // removes the whole group
-    settings.endGroup();
+    settings.remove(settingsPath(QString())); // the group and everything in it
     return true;
 }

@@ -48,12 +48,17 @@ public:
 public slots:
     void done(int result) override;
 
+private slots:
+    void onFinished(int result);
+
 private:
     void init(const QString& key);
+    void saveResultIfWanted(int result);
 
     QCheckBox* m_pCheckBox = nullptr; // owned by the box (child), null when none was added
     QString m_settingsKey;
     int m_savedResult = -1;
     QFlags<QMessageBox::StandardButton> m_saveResultOnButton;
     QString m_checkBoxText;
+    bool m_inDone = false; // done() has stored already; finished() must not store again
 };

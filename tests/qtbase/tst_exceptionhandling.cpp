@@ -71,14 +71,14 @@ private slots:
 void tst_ExceptionHandling::printGenICamException()
 {
     QString text;
-    QDebug(&text) << makeGenICamException();
+    QDebug(&text).nospace() << makeGenICamException();
     QCOMPARE(text, QStringLiteral("Exception occurred:\nNode 'Gain' is not writable\nNode.cpp:42\n"));
 }
 
 void tst_ExceptionHandling::printStdException()
 {
     QString text;
-    QDebug(&text) << std::runtime_error("disk full");
+    QDebug(&text).nospace() << std::runtime_error("disk full");
     QCOMPARE(text, QStringLiteral("Exception occurred:\ndisk full\n"));
 }
 

@@ -160,7 +160,7 @@ void tst_AddressValidators::addressWithNetmask_data()
     QTest::newRow("null allowed: 0.0.0.0 acceptable") << c << "N" << true << "0.0.0.0" << Acceptable;
     QTest::newRow("null not allowed: 0.0.0.0 intermediate") << c << "" << true << "0.0.0.0" << Intermediate;
     QTest::newRow("1.2.3.300 is intermediate (typing not blocked)") << c << "" << true << "1.2.3.300" << Intermediate;
-    QTest::newRow("1.2.3.4.5 is invalid (address rule)") << c << "" << true << "1.2.3.4.5" << Invalid;
+    QTest::newRow("1.2.3.4.5 is intermediate (unparsable before the address rule)") << c << "" << true << "1.2.3.4.5" << Intermediate;
     QTest::newRow("0.0.0.7 is intermediate (address rule)") << c << "" << true << "0.0.0.7" << Intermediate;
     QTest::newRow("multicast allowed: 224.0.0.1 acceptable") << c << "M" << true << "224.0.0.1" << Acceptable;
     QTest::newRow("experimental not allowed: 240.0.0.1 intermediate") << c << "" << true << "240.0.0.1" << Intermediate;

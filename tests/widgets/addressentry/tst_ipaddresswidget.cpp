@@ -17,6 +17,7 @@ private slots:
     void cleanup();
 
     void formLayoutAndTexts();
+    void tabOrderFollowsTheRows();
     void freshDialogShowsMacLineThatDoesNotCount();
     void validatorsInstalledOnLines();
 
@@ -25,6 +26,7 @@ private slots:
     void multicastAddressLeavesMaskEmptyAndOkDark();
     void maskSetBySetSubnetMaskIsNotReplaced();
     void maskTypedAsPrefixBecomesDottedOnLeaving();
+    void maskTypedAsPrefixCountsAsMaskZeroBeforeLeaving();
     void networkOrBroadcastAddressKeepsOkDark();
     void emptyGatewayDoesNotKeepOkDarkAndComesBackAsZeros();
     void incompleteMacKeepsOkDarkWhenShown();
@@ -71,8 +73,10 @@ void tst_IpAddressWidget::typeInto(const char* name, const QString& text)
 {
     QLineEdit* line = edit(name);
     QVERIFY(line);
-    line->setFocus(Qt::TabFocusReason);
+    // Focus as by a click: the text is not selected, and typing goes to the end.
+    line->setFocus(Qt::MouseFocusReason);
     QTRY_VERIFY(line->hasFocus());
+    QTest::keyClick(line, Qt::Key_End);
     QTest::keyClicks(line, text);
 }
 
@@ -87,7 +91,7 @@ void tst_IpAddressWidget::leave(const char* name)
 void tst_IpAddressWidget::clearByTyping(const char* name)
 {
     QLineEdit* line = edit(name);
-    line->setFocus(Qt::TabFocusReason);
+    line->setFocus(Qt::MouseFocusReason);
     QTRY_VERIFY(line->hasFocus());
     line->selectAll();
     QTest::keyClick(line, Qt::Key_Backspace);
@@ -112,13 +116,24 @@ void tst_IpAddressWidget::formLayoutAndTexts()
     QCOMPARE(okButton()->text(), QStringLiteral("OK"));
     QCOMPARE(m_dialog->findChild<QPushButton*>("btnCancel")->text(), QStringLiteral("Cancel"));
     QVERIFY(m_dialog->windowFlags() & Qt::WindowCloseButtonHint);
-    // Tab order: MAC, IP, mask, gateway, OK, Cancel.
-    QCOMPARE(edit("editMacAddress")->nextInFocusChain(), edit("editIpAddress"));
-    QCOMPARE(edit("editIpAddress")->nextInFocusChain(), edit("editNetmask"));
-    QCOMPARE(edit("editNetmask")->nextInFocusChain(), edit("editDefaultGateway"));
-    QCOMPARE(edit("editDefaultGateway")->nextInFocusChain(), static_cast<QWidget*>(okButton()));
     m_dialog->setHeaderText(QStringLiteral("New address of the camera"));
     QCOMPARE(m_dialog->headerText(), QStringLiteral("New address of the camera"));
+}
+
+void tst_IpAddressWidget::tabOrderFollowsTheRows()
+{
+    m_dialog->setSubnetMask(QStringLiteral("255.0.0.0"));
+    m_dialog->setIpAddress(QStringLiteral("10.0.0.1")); // OK lit, so it takes focus too
+    show();
+    QWidget* expected[] = {edit("editMacAddress"), edit("editIpAddress"), edit("editNetmask"),
+                           edit("editDefaultGateway"), okButton(),
+                           m_dialog->findChild<QPushButton*>("btnCancel")};
+    expected[0]->setFocus(Qt::TabFocusReason);
+    QTRY_VERIFY(expected[0]->hasFocus());
+    for (int i = 1; i < 6; ++i) {
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+        QTRY_COMPARE(QApplication::focusWidget(), expected[i]);
+    }
 }
 
 void tst_IpAddressWidget::freshDialogShowsMacLineThatDoesNotCount()
@@ -201,15 +216,31 @@ void tst_IpAddressWidget::maskSetBySetSubnetMaskIsNotReplaced()
 void tst_IpAddressWidget::maskTypedAsPrefixBecomesDottedOnLeaving()
 {
     show();
-    typeInto("editIpAddress", QStringLiteral("172.16.0.1"));
-    QVERIFY(!okButton()->isEnabled());
     typeInto("editNetmask", QStringLiteral("/16"));
     QCOMPARE(m_dialog->subnetMask(), QStringLiteral("/16"));
-    // "/16" counts as the mask 0 for the address check; the address passes it.
-    QVERIFY(okButton()->isEnabled());
+    QVERIFY(!okButton()->isEnabled()); // no address yet
     leave("editNetmask");
     QCOMPARE(m_dialog->subnetMask(), QStringLiteral("255.255.0.0"));
+    QVERIFY(!okButton()->isEnabled());
+    typeInto("editIpAddress", QStringLiteral("10.1.2.3"));
     QVERIFY(okButton()->isEnabled());
+    leave("editIpAddress");
+    // The mask the person typed stays; the class A mask is not put in its place.
+    QCOMPARE(m_dialog->subnetMask(), QStringLiteral("255.255.0.0"));
+    QVERIFY(okButton()->isEnabled());
+}
+
+void tst_IpAddressWidget::maskTypedAsPrefixCountsAsMaskZeroBeforeLeaving()
+{
+    m_dialog->setIpAddress(QStringLiteral("172.16.0.1"));
+    m_dialog->setDefaultGateway(QStringLiteral("0.0.0.0"));
+    show();
+    typeInto("editNetmask", QStringLiteral("/16"));
+    // While the line still reads "/16" the address is checked against the mask 0 and passes.
+    QVERIFY(okButton()->isEnabled());
+    typeInto("editNetmask", QStringLiteral("0"));
+    QCOMPARE(m_dialog->subnetMask(), QStringLiteral("/160"));
+    QVERIFY(!okButton()->isEnabled()); // "/160" is no mask
 }
 
 void tst_IpAddressWidget::networkOrBroadcastAddressKeepsOkDark()

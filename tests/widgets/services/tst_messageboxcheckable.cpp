@@ -61,8 +61,7 @@ void tst_MessageBoxCheckable::init()
 int tst_MessageBoxCheckable::stored(const QString& key)
 {
     QSettings settings;
-    settings.beginGroup(QStringLiteral("DoNotShowAgain"));
-    return settings.value(key, -1).toInt();
+    return settings.value(QStringLiteral("DoNotShowAgain/") + key, -1).toInt();
 }
 
 int tst_MessageBoxCheckable::execAnswering(MessageBoxCheckable& box,
@@ -243,11 +242,16 @@ void tst_MessageBoxCheckable::emptyKeyUsesEmptyNameAndResetRefusesIt()
             QTest::mouseClick(b.button(QMessageBox::No), Qt::LeftButton);
         });
         QCOMPARE(stored(QString()), int(QMessageBox::No));
+        // The empty name is the group's own name.
+        QCOMPARE(QSettings().value(QStringLiteral("DoNotShowAgain")).toInt(), int(QMessageBox::No));
         QVERIFY(!box.reset());
     }
     QCOMPARE(stored(QString()), int(QMessageBox::No)); // reset() refused: still there
     MessageBoxCheckable again(QString(), nullptr);
+    QVERIFY(!again.checkBox());
     QCOMPARE(again.exec(), int(QMessageBox::No));
+    QVERIFY(MessageBoxCheckable::resetAll());
+    QCOMPARE(stored(QString()), -1);
 }
 
 void tst_MessageBoxCheckable::setCheckBoxTextEmptyRestoresDefaultWhileVisibleCheckBoxGoesEmpty()
