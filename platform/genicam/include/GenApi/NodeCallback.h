@@ -32,6 +32,21 @@ namespace GenApi
         ECallbackType m_CallbackType;
     };
 
+    namespace detail
+    {
+        //! A function pointer may be null; any other callable is always set
+        template <class F>
+        bool IsCallableSet(F* p)
+        {
+            return p != nullptr;
+        }
+        template <class F>
+        bool IsCallableSet(const F&)
+        {
+            return true;
+        }
+    }
+
     //! Calls a free function or functor with the node
     template <class Function>
     class Function_NodeCallback : public CNodeCallback
@@ -43,7 +58,7 @@ namespace GenApi
         }
         void operator()(ECallbackType CallbackType) const override
         {
-            if (m_pFunction && CallbackType == m_CallbackType)
+            if (detail::IsCallableSet(m_pFunction) && CallbackType == m_CallbackType)
                 m_pFunction(m_pNode);
         }
         void Destroy() override { delete this; }
