@@ -28,6 +28,13 @@ const char* representationName(GenApi::ERepresentation representation)
         return "_UndefinedRepresentation";
     }
 }
+// Base 16 in lower-case digits; a negative number keeps its sign in front of the magnitude.
+QString hexText(int value)
+{
+    if (value < 0)
+        return QLatin1Char('-') + QString::number(-qint64(value), 16);
+    return QString::number(value, 16);
+}
 } // namespace
 
 IntEditor::IntEditor(QWidget* parent)
@@ -70,7 +77,7 @@ void IntEditor::setEditorData(GenApi::INode* pNode)
                 setText(text);
                 if (representation == GenApi::HexNumber) {
                     setToolTip(QStringLiteral("%1").arg(QStringLiteral("Range: 0x%1..0x%2")
-                                                            .arg(QString::number(min, 16), QString::number(max, 16))));
+                                                            .arg(hexText(min), hexText(max))));
                 } else {
                     setToolTip(QStringLiteral("%1").arg(QStringLiteral("Range: %1..%2").arg(min).arg(max)));
                 }

@@ -41,12 +41,16 @@ void countNotice(GenApi::INode*)
 }
 
 // What the delegate does: a commit signal leads to editorData(), which goes to the model.
+// The connection ends with the recorder, so that an editor that outlives it (and commits
+// once more when its window closes) reaches nothing.
 struct CommitRecorder
 {
     explicit CommitRecorder(FloatEditor* editor)
     {
-        QObject::connect(editor, &FloatEditor::boxValueChanged, [this, editor] { values << editor->editorData(); });
+        QObject::connect(editor, &FloatEditor::boxValueChanged, &context,
+                         [this, editor] { values << editor->editorData(); });
     }
+    QObject context;
     QList<QVariant> values;
 };
 

@@ -1,6 +1,7 @@
 // FloatSliderEditor: a float feature in a spin box, its integer alias on a slider.
 
 #include "editortestsupport.h"
+#include "fakenodes.h"
 
 #include <VorloQtWidgets/floatslidereditor.h>
 #include <VorloQtWidgets/vorloqtspinbox.h>
@@ -165,7 +166,8 @@ void TestFloatSliderEditor::draggingSliderWithSpinBoxFocusedWritesAliasAtEachPos
     EditorTest::showAndFocus(&f.top, f.spin);
 
     QList<qint64> written;
-    QObject::connect(f.slider, &QSlider::valueChanged, [&] { written << f.raw()->GetValue(); });
+    QObject context;
+    QObject::connect(f.slider, &QSlider::valueChanged, &context, [&] { written << f.raw()->GetValue(); });
     f.drag({48, 52, 60});
     QCOMPARE(written, (QList<qint64>{48, 52, 60}));
     QCOMPARE(f.raw()->GetValue(), Q_INT64_C(60));
@@ -219,23 +221,37 @@ void TestFloatSliderEditor::aliasValuesBeyond32BitsAreCutToLow32Bits()
 
 void TestFloatSliderEditor::aliasIncrementZeroLogsAndLeavesWidget()
 {
-    Fixture f;
-    f.refresh();
-    MessageRecorder log;
-    f.map.get<GenApi::IInteger>("GainRawInc")->SetValue(0, true);
-    f.refresh();
-    QVERIFY2(log.contains("The alias increment cannot be '0'!"), qPrintable(log.joined()));
-    QVERIFY2(log.contains("Gain: Failed to update the float value editor comboBox!"), qPrintable(log.joined()));
-    QCOMPARE(f.slider->singleStep(), 4);
-    QCOMPARE(f.editor->intIncrement(), 4);
-    QCOMPARE(f.slider->value(), 40);
-    QCOMPARE(f.spin->value(), 4.0);
+    // A node map never reports an increment of 0, so hand-made nodes stand in for it.
+    EditorTest::FakeInteger raw("GainRaw");
+    raw.value = 40;
+    raw.max = 100;
+    raw.inc = 4;
+    EditorTest::FakeFloat gain("Gain");
+    gain.value = 4.0;
+    gain.max = 10.0;
+    gain.precision = 1;
+    gain.alias = &raw;
 
-    // The alias's own callback reports it as well when the alias itself changes.
-    log.clear();
-    f.editor->onAliasNodeUpdateImpl(f.map.node("GainRaw"));
+    FloatSliderEditor editor(nullptr);
+    editor.setEditorData(&gain);
+    QCOMPARE(editor.findChild<QSlider*>()->value(), 40);
+    QCOMPARE(editor.intIncrement(), 4);
+
+    raw.inc = 0;
+    MessageRecorder log;
+    raw.fire(); // the alias's callback
     QVERIFY2(log.contains("GainRaw: Failed to update the float value editor slider!"), qPrintable(log.joined()));
-    QCOMPARE(f.slider->value(), 40);
+    QVERIFY2(log.contains("The alias increment cannot be '0'!"), qPrintable(log.joined()));
+    log.clear();
+    gain.value = 6.0;
+    editor.setEditorData(&gain); // the model's refresh
+    QVERIFY2(log.contains("Gain: Failed to update the float value editor comboBox!"), qPrintable(log.joined()));
+    QVERIFY2(log.contains("The alias increment cannot be '0'!"), qPrintable(log.joined()));
+
+    QCOMPARE(editor.findChild<QSlider*>()->value(), 40);
+    QCOMPARE(editor.findChild<QSlider*>()->singleStep(), 4);
+    QCOMPARE(editor.intIncrement(), 4);
+    QCOMPARE(editor.findChild<VorloQtDoubleSpinBox*>()->value(), 4.0);
 }
 
 void TestFloatSliderEditor::typedValueBeyondLimitsIsClampedInBoxBeforeCommit()
@@ -247,7 +263,8 @@ void TestFloatSliderEditor::typedValueBeyondLimitsIsClampedInBoxBeforeCommit()
 
     QList<double> boxAtCommit;
     QList<double> committed;
-    QObject::connect(f.editor, &FloatSliderEditor::boxValueChanged, [&] {
+    QObject context; // ends the connection before the lists go
+    QObject::connect(f.editor, &FloatSliderEditor::boxValueChanged, &context, [&] {
         boxAtCommit << f.spin->value();
         committed << f.editor->editorData().toDouble();
     });
