@@ -116,6 +116,9 @@ private slots:
     // malformed input
     void evaluationCycleRaisesNamingNode();
     void deepChainIsBoundedNotOverflowing();
+    void veryLongReferenceChainLoadsWithoutDeepRecursion();
+    void deeplyNestedGroupsRaise();
+    void portFailureNamesNode();
 };
 
 // ------------------------------------------------------------------ loading
@@ -1686,6 +1689,56 @@ void tst_NodeMap::deepChainIsBoundedNotOverflowing()
     // A short chain below the bound works
     CIntegerPtr near = map._GetNode(("N" + QByteArray::number(depth - 20)).constData());
     QCOMPARE(near->GetValue(), int64_t(3));
+}
+
+void tst_NodeMap::veryLongReferenceChainLoadsWithoutDeepRecursion()
+{
+    // Loading walks the references without recursion, so even a huge chain loads
+    QByteArray body;
+    const int length = 100000;
+    body.reserve(length * 64);
+    for (int i = 0; i < length; ++i)
+        body += "<Integer Name=\"C" + QByteArray::number(i) + "\"><pValue>C" + QByteArray::number(i + 1)
+                + "</pValue></Integer>";
+    body += "<Integer Name=\"C" + QByteArray::number(length) + "\"><Value>1</Value></Integer>";
+    CNodeMapRef map;
+    map._LoadXMLFromString(describe(body).constData());
+    QCOMPARE(map._Ptr->GetNumNodes(), uint64_t(length + 2));
+    QVERIFY_EXCEPTION_THROWN(CIntegerPtr(map._GetNode("C0"))->GetValue(), GenICam::RuntimeException);
+    map._GetNode(("C" + QByteArray::number(length)).constData())->InvalidateNode();
+}
+
+void tst_NodeMap::deeplyNestedGroupsRaise()
+{
+    QByteArray body;
+    for (int i = 0; i < 1000; ++i)
+        body += "<Group Comment=\"g\">";
+    body += "<Integer Name=\"A\"><Value>1</Value></Integer>";
+    for (int i = 0; i < 1000; ++i)
+        body += "</Group>";
+    CNodeMapRef map;
+    QVERIFY_EXCEPTION_THROWN(map._LoadXMLFromString(describe(body).constData()), GenICam::RuntimeException);
+}
+
+void tst_NodeMap::portFailureNamesNode()
+{
+    CNodeMapRef map;
+    map._LoadXMLFromString(describe("<IntReg Name=\"FarAway\"><Address>0x100000</Address><Length>4</Length>"
+                                    "<AccessMode>RW</AccessMode><pPort>Device</pPort></IntReg>")
+                               .constData());
+    CountingPort port(16);
+    map._Connect(&port);
+    CIntegerPtr far = map._GetNode("FarAway");
+    try
+    {
+        far->GetValue();
+        QFAIL("no exception");
+    }
+    catch (const GenICam::OutOfRangeException& e)
+    {
+        QVERIFY2(QByteArray(e.GetDescription()).contains("FarAway"), e.GetDescription());
+    }
+    QVERIFY_EXCEPTION_THROWN(far->SetValue(1), GenICam::OutOfRangeException);
 }
 
 QTEST_GUILESS_MAIN(tst_NodeMap)

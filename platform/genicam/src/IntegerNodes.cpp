@@ -416,6 +416,43 @@ namespace GenApi
 
     // ================================================================ registers
 
+    namespace
+    {
+        //! A port's failure raised again as the same kind of GenICam exception, naming the node
+        [[noreturn]] void RethrowNamingNode(CNodeImpl* pNode, const char* Doing)
+        {
+            const char* name = pNode->Name().c_str();
+            try
+            {
+                throw;
+            }
+            catch (const GenICam::OutOfRangeException& e)
+            {
+                throw OUT_OF_RANGE_EXCEPTION("Node '%s': %s the register failed: %s", name, Doing, e.GetDescription());
+            }
+            catch (const GenICam::AccessException& e)
+            {
+                throw ACCESS_EXCEPTION("Node '%s': %s the register failed: %s", name, Doing, e.GetDescription());
+            }
+            catch (const GenICam::TimeoutException& e)
+            {
+                throw TIMEOUT_EXCEPTION("Node '%s': %s the register failed: %s", name, Doing, e.GetDescription());
+            }
+            catch (const GenICam::GenericException& e)
+            {
+                throw RUNTIME_EXCEPTION("Node '%s': %s the register failed: %s", name, Doing, e.GetDescription());
+            }
+            catch (const std::exception& e)
+            {
+                throw RUNTIME_EXCEPTION("Node '%s': %s the register failed: %s", name, Doing, e.what());
+            }
+            catch (...)
+            {
+                throw RUNTIME_EXCEPTION("Node '%s': %s the register failed", name, Doing);
+            }
+        }
+    }
+
     void CRegisterInfo::Setup(CNodeImpl* pNode)
     {
         for (const detail::Property* p : pNode->FindProperties("Address"))
@@ -478,7 +515,14 @@ namespace GenApi
         if (!m_pPort)
             throw ACCESS_EXCEPTION("Node '%s' has no port", pNode->Name().c_str());
         const int64_t address = GetAddress(pNode);
-        static_cast<CPortNode*>(m_pPort)->PortRead(pBuffer, address, Length);
+        try
+        {
+            static_cast<CPortNode*>(m_pPort)->PortRead(pBuffer, address, Length);
+        }
+        catch (...)
+        {
+            RethrowNamingNode(pNode, "reading");
+        }
     }
 
     void CRegisterInfo::Write(CNodeImpl* pNode, const uint8_t* pBuffer, int64_t Length) const
@@ -486,7 +530,14 @@ namespace GenApi
         if (!m_pPort)
             throw ACCESS_EXCEPTION("Node '%s' has no port", pNode->Name().c_str());
         const int64_t address = GetAddress(pNode);
-        static_cast<CPortNode*>(m_pPort)->PortWrite(pBuffer, address, Length);
+        try
+        {
+            static_cast<CPortNode*>(m_pPort)->PortWrite(pBuffer, address, Length);
+        }
+        catch (...)
+        {
+            RethrowNamingNode(pNode, "writing");
+        }
         // The port node's own dependents (registers invalidated by any write) learn of it too
         pNode->Map()->NotifyChanged(pNode);
     }

@@ -252,6 +252,14 @@ namespace GenApi
     void CNodeMapImpl::BuildNodes(void* pParent)
     {
         pugi::xml_node& parent = *static_cast<pugi::xml_node*>(pParent);
+        struct DepthGuard
+        {
+            int& depth;
+            explicit DepthGuard(int& d) : depth(d) { ++depth; }
+            ~DepthGuard() { --depth; }
+        } guard(m_GroupDepth);
+        if (m_GroupDepth > 64)
+            throw RUNTIME_EXCEPTION("Groups are nested more than 64 levels deep (offset %td)", parent.offset_debug());
         for (pugi::xml_node child = parent.first_child(); child; child = child.next_sibling())
         {
             if (child.type() != pugi::node_element)
@@ -376,55 +384,87 @@ namespace GenApi
         }
     }
 
-    void CNodeMapImpl::ComputeCaching(CNodeImpl* pNode)
+    void CNodeMapImpl::ComputeCaching(CNodeImpl* pStart)
     {
-        if (pNode->m_CachingState == 2)
+        // Depth-first, children before parents, with an explicit stack: a description may
+        // chain thousands of nodes, which must not become thousands of stack frames
+        if (pStart->m_CachingState != 0)
             return;
-        if (pNode->m_CachingState == 1)
-            return; // a cycle: the mode found so far stands
-        pNode->m_CachingState = 1;
-        ECachingMode mode = pNode->OwnCachingMode();
-        for (const detail::Property& p : pNode->m_Properties)
+        std::vector<std::pair<CNodeImpl*, size_t>> stack;
+        stack.emplace_back(pStart, 0);
+        pStart->m_CachingState = 1;
+        while (!stack.empty())
         {
-            if (!IsValueCarrying(p.Name))
+            CNodeImpl* pNode = stack.back().first;
+            size_t& next = stack.back().second;
+            if (next < pNode->m_ValueChildren.size())
+            {
+                CNodeImpl* pChild = pNode->m_ValueChildren[next++];
+                if (pChild->m_CachingState == 0)
+                {
+                    pChild->m_CachingState = 1;
+                    stack.emplace_back(pChild, 0);
+                }
+                // state 1 is a cycle: the mode found so far stands
                 continue;
-            CNodeImpl* pChild = FindNode(p.Value);
-            if (!pChild)
-                continue;
-            ComputeCaching(pChild);
-            const ECachingMode child = pChild->m_CachingMode;
-            if (child == NoCache || mode == NoCache)
-                mode = NoCache;
-            else if (child == WriteAround || mode == WriteAround)
-                mode = WriteAround;
+            }
+            ECachingMode mode = pNode->OwnCachingMode();
+            for (CNodeImpl* pChild : pNode->m_ValueChildren)
+            {
+                if (pChild->m_CachingState != 2)
+                    continue;
+                const ECachingMode child = pChild->m_CachingMode;
+                if (child == NoCache || mode == NoCache)
+                    mode = NoCache;
+                else if (child == WriteAround || mode == WriteAround)
+                    mode = WriteAround;
+            }
+            pNode->m_CachingMode = mode;
+            pNode->m_CachingState = 2;
+            stack.pop_back();
         }
-        pNode->m_CachingMode = mode;
-        pNode->m_CachingState = 2;
     }
 
-    bool CNodeMapImpl::ReachesNoCache(CNodeImpl* pNode, std::vector<uint8_t>& State)
+    bool CNodeMapImpl::ReachesNoCache(CNodeImpl* pStart, std::vector<uint8_t>& State)
     {
-        // State per node index: 0 unknown, 1 in progress, 2 no, 3 yes
-        const size_t index = static_cast<size_t>(pNode->m_VisitMark);
-        if (State[index] >= 2)
-            return State[index] == 3;
-        if (State[index] == 1)
+        // State per node index: 0 unknown, 1 in progress, 2 no, 3 yes. Iterative, as above.
+        auto index = [](CNodeImpl* p) { return static_cast<size_t>(p->m_VisitMark); };
+        if (State[index(pStart)] >= 2)
+            return State[index(pStart)] == 3;
+        if (State[index(pStart)] == 1)
             return false;
-        State[index] = 1;
-        bool reaches = pNode->m_CachingMode == NoCache;
-        if (!reaches)
+        std::vector<std::pair<CNodeImpl*, size_t>> stack;
+        stack.emplace_back(pStart, 0);
+        State[index(pStart)] = 1;
+        while (!stack.empty())
         {
-            for (CNodeImpl* pChild : pNode->ReadingChildren())
+            CNodeImpl* pNode = stack.back().first;
+            size_t& next = stack.back().second;
+            if (pNode->m_CachingMode == NoCache)
             {
-                if (ReachesNoCache(pChild, State))
-                {
-                    reaches = true;
-                    break;
-                }
+                State[index(pNode)] = 3;
+                stack.pop_back();
+                continue;
             }
+            const std::vector<CNodeImpl*>& children = pNode->ReadingChildren();
+            if (next < children.size())
+            {
+                CNodeImpl* pChild = children[next++];
+                if (State[index(pChild)] == 0)
+                {
+                    State[index(pChild)] = 1;
+                    stack.emplace_back(pChild, 0);
+                }
+                continue;
+            }
+            bool reaches = false;
+            for (CNodeImpl* pChild : children)
+                if (State[index(pChild)] == 3)
+                    reaches = true;
+            State[index(pNode)] = reaches ? 3 : 2;
+            stack.pop_back();
         }
-        State[index] = reaches ? 3 : 2;
-        return reaches;
+        return State[index(pStart)] == 3;
     }
 
     void CNodeMapImpl::FinishLoad()

@@ -95,6 +95,7 @@ namespace GenApi
         std::vector<CNodeImpl*> m_PolledNodes;
         std::vector<std::pair<CNodeImpl*, std::vector<CNodeImpl*>>> m_StructGroups;
         int m_AnonymousCount = 0;
+        int m_GroupDepth = 0;
 
         std::string m_ModelName;
         std::string m_VendorName;
