@@ -65,6 +65,7 @@ public:
     }
 
     GenApi::INodeMap* map() const { return m_ref._Ptr; }
+    bool connect(GenApi::IPort* port, const char* name = "Device") { return m_ref._Connect(port, name); }
     void destroy() { m_ref._Destroy(); }
 
 private:
