@@ -1039,7 +1039,7 @@ namespace Internal
     {
         const int index = CCamEmuRegistry::Instance().Find(info.GetFullName());
         if (index < 0)
-            throw RUNTIME_EXCEPTION("No emulated camera named '%s' is connected.", info.GetFullName().c_str());
+            throw RUNTIME_EXCEPTION("The emulated camera '%s' is not connected.", info.GetFullName().c_str());
         return new CCamEmuDevice(this, static_cast<unsigned int>(index));
     }
 

@@ -2,6 +2,8 @@
 
 #include <Vorlo/TlFactory.h>
 
+#include "GrabResultData.h"
+
 #include <algorithm>
 #include <atomic>
 #include <condition_variable>
@@ -379,6 +381,7 @@ namespace Vorlo
                         result = std::move(newer);
                         ++skipped;
                     }
+                    result.m_data->skippedImages = skipped;
                 }
                 try
                 {
@@ -817,6 +820,7 @@ namespace Vorlo
                 grabbed = std::move(newer);
                 ++skipped;
             }
+            grabbed.m_data->skippedImages = skipped;
         }
         d->DispatchImage(grabbed, skipped);
         result = std::move(grabbed);

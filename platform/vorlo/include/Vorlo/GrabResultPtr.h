@@ -48,6 +48,8 @@ namespace Vorlo
         long UseCount() const;
 
     private:
+        friend class CInstantCamera;
+        friend class CInstantCameraPrivate;
         const CGrabResultData& Data() const;
         std::shared_ptr<CGrabResultData> m_data;
     };
