@@ -113,6 +113,7 @@ private slots:
     void checkBoxEditorAccessModes();
     void checkBoxEditorClickGivesOneOrZero();
     void nonBooleanNodeLeavesCheckBoxAsItWasWithoutLog();
+    void checkBoxEditorNodeMapDestroyedWhileOpen();
 
     // ToolButtonEditor
     void toolButtonEditorConstruction();
@@ -369,6 +370,19 @@ void TestEnumBoolCommandString::nonBooleanNodeLeavesCheckBoxAsItWasWithoutLog()
     QVERIFY(editor.isChecked());
     QVERIFY(!editor.isEnabled());
     QVERIFY2(log.messages().isEmpty(), qPrintable(log.joined()));
+}
+
+void TestEnumBoolCommandString::checkBoxEditorNodeMapDestroyedWhileOpen()
+{
+    NodeMap map(features());
+    CheckBoxEditor editor(nullptr);
+    editor.setEditorData(map.node("Flag"));
+    map.destroy();
+    // The box holds no node: it answers from its own state, and a refresh without a node
+    // leaves it alone.
+    QCOMPARE(editor.editorData(), QVariant(QStringLiteral("1")));
+    editor.setEditorData(nullptr);
+    QVERIFY(editor.isChecked());
 }
 
 // ---------------------------------------------------------------- ToolButtonEditor

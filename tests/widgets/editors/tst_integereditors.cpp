@@ -90,6 +90,8 @@ private slots:
 
     // IntSliderControl
     void intSliderControlFirstFillWritesNothing();
+    void intSliderControlAccessModes_data();
+    void intSliderControlAccessModes();
     void intSliderControlWritesPersonsMove();
     void intSliderControlFollowsNodeFromOtherThread();
     void intSliderControlDisabledTakesMoveIntoLastValueAndWritesNothing();
@@ -479,6 +481,37 @@ void TestIntegerEditors::intSliderControlFirstFillWritesNothing()
     QCOMPARE(control.singleStep(), 8);
     QVERIFY(control.isEnabled());
     QCOMPARE(g_notices, 0);
+}
+
+void TestIntegerEditors::intSliderControlAccessModes_data()
+{
+    QTest::addColumn<int>("mode");
+    QTest::addColumn<bool>("filled");
+    QTest::addColumn<bool>("enabled");
+    QTest::newRow("NI") << int(GenApi::NI) << false << true;
+    QTest::newRow("NA") << int(GenApi::NA) << false << true;
+    QTest::newRow("WO") << int(GenApi::WO) << false << true;
+    QTest::newRow("RO") << int(GenApi::RO) << true << false;
+    QTest::newRow("RW") << int(GenApi::RW) << true << true;
+}
+
+void TestIntegerEditors::intSliderControlAccessModes()
+{
+    QFETCH(int, mode);
+    QFETCH(bool, filled);
+    QFETCH(bool, enabled);
+    NodeMap map(integerFeatures(EditorTest::accessModeElements(GenApi::EAccessMode(mode))));
+    MessageRecorder log;
+    VorloQt::IntSliderControl control(map.get<GenApi::IInteger>("Width"), nullptr);
+    QCOMPARE(control.isEnabled(), enabled);
+    if (filled) {
+        QCOMPARE(control.value(), 640);
+        QCOMPARE(control.maximum(), 1000);
+    } else {
+        // Reading the node fails; the three-way catch reports it and the widget stays empty.
+        QVERIFY2(log.contains("Failed to update the integer value editor"), qPrintable(log.joined()));
+        QCOMPARE(control.value(), 0);
+    }
 }
 
 void TestIntegerEditors::intSliderControlWritesPersonsMove()
