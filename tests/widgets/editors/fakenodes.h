@@ -93,6 +93,7 @@ public:
     using FakeNode::FakeNode;
     int64_t value = 0, min = 0, max = 100, inc = 1;
     bool refuseWrites = false; // the device turns every write down
+    GenApi::ERepresentation representation = GenApi::Linear;
 
     GenApi::INode* GetNode() override { return this; }
     GenICam::gcstring ToString(bool = false, bool = false) override { return std::to_string(value).c_str(); }
@@ -111,7 +112,7 @@ public:
     GenApi::EIncMode GetIncMode() override { return GenApi::fixedIncrement; }
     int64_t GetInc() override { return inc; }
     GenApi::int64_autovector_t GetListOfValidValues(bool = true) override { return {}; }
-    GenApi::ERepresentation GetRepresentation() override { return GenApi::Linear; }
+    GenApi::ERepresentation GetRepresentation() override { return representation; }
     GenICam::gcstring GetUnit() override { return ""; }
     void ImposeMin(int64_t) override {}
     void ImposeMax(int64_t) override {}
