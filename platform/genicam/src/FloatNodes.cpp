@@ -61,7 +61,7 @@ namespace GenApi
         if (const detail::Property* p = FindProperty("ValidValueSet"))
         {
             std::string cur;
-            for (char c : p->Value + ";")
+            for (char c : std::string(p->Value) + ";")
             {
                 if (c == ';' || c == ',')
                 {
@@ -488,7 +488,7 @@ namespace GenApi
         const detail::Property* p = FindProperty("Formula");
         if (!p)
             throw RUNTIME_EXCEPTION("Node '%s': a SwissKnife needs a Formula", m_Name.c_str());
-        CompileFormula(this, m_Set, m_Formula, p->Value, detail::EFormulaMode::Float, nullptr);
+        CompileFormula(this, m_Set, m_Formula, std::string(p->Value), detail::EFormulaMode::Float, nullptr);
     }
 
     double CSwissKnifeNode::ReadValue(bool, bool IgnoreCache)
@@ -515,8 +515,8 @@ namespace GenApi
         const detail::Property* from = FindProperty("FormulaFrom");
         if (!to || !from)
             throw RUNTIME_EXCEPTION("Node '%s': a Converter needs FormulaTo and FormulaFrom", m_Name.c_str());
-        CompileFormula(this, m_Set, m_FormulaTo, to->Value, detail::EFormulaMode::Float, "FROM");
-        CompileFormula(this, m_Set, m_FormulaFrom, from->Value, detail::EFormulaMode::Float, "TO");
+        CompileFormula(this, m_Set, m_FormulaTo, std::string(to->Value), detail::EFormulaMode::Float, "FROM");
+        CompileFormula(this, m_Set, m_FormulaFrom, std::string(from->Value), detail::EFormulaMode::Float, "TO");
         const std::string slope = PropertyText("Slope", "Automatic");
         m_Slope = slope == "Increasing" ? Increasing : slope == "Decreasing" ? Decreasing
                 : slope == "Varying" ? Varying : Automatic;

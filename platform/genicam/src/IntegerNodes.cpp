@@ -23,7 +23,7 @@ namespace GenApi
             return _UndefinedRepresentation;
         }
 
-        std::vector<std::string> SplitList(const std::string& s)
+        std::vector<std::string> SplitList(std::string_view s)
         {
             std::vector<std::string> parts;
             std::string cur;
@@ -855,7 +855,7 @@ namespace GenApi
     {
         for (const detail::Property* p : pNode->FindProperties("pVariable"))
         {
-            Set.VariableNames.push_back(p->Attribute);
+            Set.VariableNames.push_back(std::string(p->Attribute));
             Set.Variables.push_back(pNode->Map()->Resolve(pNode, "pVariable", p->Value));
         }
     }
@@ -868,14 +868,14 @@ namespace GenApi
         {
             for (const detail::Property* p : pNode->FindProperties("Expression"))
             {
-                Set.ExpressionNames.push_back(p->Attribute);
+                Set.ExpressionNames.push_back(std::string(p->Attribute));
                 Set.Expressions.emplace_back();
             }
             for (size_t i = 0; i < Set.Expressions.size(); ++i)
             {
                 const detail::Property* p = pNode->FindProperties("Expression")[i];
                 Set.Expressions[i].Compile(
-                    p->Value, Mode,
+                    std::string(p->Value), Mode,
                     [&](const std::string& symbol) { return ResolveSymbol(pNode, Set, symbol, DirectionName, false); },
                     pNode->Name());
             }
@@ -895,7 +895,7 @@ namespace GenApi
         const detail::Property* p = FindProperty("Formula");
         if (!p)
             throw RUNTIME_EXCEPTION("Node '%s': an IntSwissKnife needs a Formula", m_Name.c_str());
-        CompileFormula(this, m_Set, m_Formula, p->Value, detail::EFormulaMode::Integer, nullptr);
+        CompileFormula(this, m_Set, m_Formula, std::string(p->Value), detail::EFormulaMode::Integer, nullptr);
     }
 
     int64_t CIntSwissKnifeNode::Evaluate(bool IgnoreCache)
@@ -924,8 +924,8 @@ namespace GenApi
         const detail::Property* from = FindProperty("FormulaFrom");
         if (!to || !from)
             throw RUNTIME_EXCEPTION("Node '%s': an IntConverter needs FormulaTo and FormulaFrom", m_Name.c_str());
-        CompileFormula(this, m_Set, m_FormulaTo, to->Value, detail::EFormulaMode::Integer, "FROM");
-        CompileFormula(this, m_Set, m_FormulaFrom, from->Value, detail::EFormulaMode::Integer, "TO");
+        CompileFormula(this, m_Set, m_FormulaTo, std::string(to->Value), detail::EFormulaMode::Integer, "FROM");
+        CompileFormula(this, m_Set, m_FormulaFrom, std::string(from->Value), detail::EFormulaMode::Integer, "TO");
         const std::string slope = PropertyText("Slope", "Automatic");
         m_Slope = slope == "Increasing" ? Increasing : slope == "Decreasing" ? Decreasing
                 : slope == "Varying" ? Varying : Automatic;

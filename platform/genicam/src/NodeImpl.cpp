@@ -30,17 +30,14 @@ namespace GenApi
                 List.push_back(p);
         }
 
-        void Trim(std::string& s)
+        std::string_view Trim(std::string_view s)
         {
             const char* ws = " \t\r\n";
             const size_t b = s.find_first_not_of(ws);
-            if (b == std::string::npos)
-            {
-                s.clear();
-                return;
-            }
+            if (b == std::string_view::npos)
+                return std::string_view();
             const size_t e = s.find_last_not_of(ws);
-            s = s.substr(b, e - b + 1);
+            return s.substr(b, e - b + 1);
         }
     }
 
@@ -85,10 +82,24 @@ namespace GenApi
 
     // ---------------------------------------------------------------- properties
 
-    void CNodeImpl::AddProperty(const char* Name, std::string Value, std::string Attribute)
+    void CNodeImpl::AddProperty(const char* Name, std::string_view Value, std::string_view Attribute)
     {
-        Trim(Value);
-        m_Properties.push_back(detail::Property{Name, std::move(Value), std::move(Attribute)});
+        m_Properties.push_back(
+            detail::Property{Name, m_pMap->StoreText(Trim(Value)), m_pMap->StoreText(Attribute)});
+    }
+
+    void CNodeImpl::Compact()
+    {
+        m_Properties.shrink_to_fit();
+        m_ReadingChildren.shrink_to_fit();
+        m_WritingChildren.shrink_to_fit();
+        m_Invalidators.shrink_to_fit();
+        m_Dependents.shrink_to_fit();
+        m_ReadingParents.shrink_to_fit();
+        m_WritingParents.shrink_to_fit();
+        m_Selected.shrink_to_fit();
+        m_Selecting.shrink_to_fit();
+        m_ValueChildren.shrink_to_fit();
     }
 
     const detail::Property* CNodeImpl::FindProperty(const char* Name) const
@@ -111,7 +122,7 @@ namespace GenApi
     std::string CNodeImpl::PropertyText(const char* Name, const std::string& Default) const
     {
         const detail::Property* p = FindProperty(Name);
-        return p ? p->Value : Default;
+        return p ? std::string(p->Value) : Default;
     }
 
     CNodeImpl* CNodeImpl::Link(const char* Name) const
@@ -152,7 +163,7 @@ namespace GenApi
         {
         }
         throw RUNTIME_EXCEPTION("Node '%s': property %s has the value '%s', which is not a number", m_Name.c_str(),
-                                Name, p->Value.c_str());
+                                Name, p->Value.data());
     }
 
     double CNodeImpl::PropertyFloat(const char* Name, double Default) const
@@ -167,7 +178,7 @@ namespace GenApi
         catch (const GenICam::GenericException&)
         {
             throw RUNTIME_EXCEPTION("Node '%s': property %s has the value '%s', which is not a number",
-                                    m_Name.c_str(), Name, p->Value.c_str());
+                                    m_Name.c_str(), Name, p->Value.data());
         }
     }
 
@@ -417,7 +428,7 @@ namespace GenApi
     {
         const detail::Property* p = FindProperty("DisplayName");
         if (p)
-            return p->Value;
+            return gcstring(p->Value.data(), p->Value.size());
         if (m_Kind == detail::ENodeKind::EnumEntry)
             return static_cast<const CEnumEntryNode*>(this)->m_Symbolic;
         return m_Name;
@@ -524,8 +535,8 @@ namespace GenApi
                 ValueStr += '\t';
                 AttributeStr += '\t';
             }
-            ValueStr += p.Value;
-            AttributeStr += p.Attribute;
+            ValueStr.append(p.Value.data(), p.Value.size());
+            AttributeStr.append(p.Attribute.data(), p.Attribute.size());
             found = true;
         }
         return found;

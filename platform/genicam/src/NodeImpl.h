@@ -8,6 +8,7 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace GenApi
@@ -20,9 +21,9 @@ namespace GenApi
         //! One property of a node as the description gives it
         struct Property
         {
-            const char* Name; // interned in the node map
-            std::string Value;
-            std::string Attribute;
+            const char* Name;          // interned in the node map
+            std::string_view Value;     // in the node map's text pool, NUL-terminated
+            std::string_view Attribute; // likewise
         };
 
         //! Kinds of nodes the loader creates
@@ -184,7 +185,9 @@ namespace GenApi
         void CheckError();
 
         // Properties and links as the loader fills them
-        void AddProperty(const char* Name, std::string Value, std::string Attribute);
+        void AddProperty(const char* Name, std::string_view Value, std::string_view Attribute);
+        //! Releases spare capacity once the node map is built
+        void Compact();
         const detail::Property* FindProperty(const char* Name) const;
         //! All values of a property (several elements of the same name)
         std::vector<const detail::Property*> FindProperties(const char* Name) const;

@@ -104,12 +104,6 @@ namespace GenApi
                     return true;
             return false;
         }
-
-        std::string FirstAttributeValue(const pugi::xml_node& Element)
-        {
-            pugi::xml_attribute a = Element.first_attribute();
-            return a ? std::string(a.value()) : std::string();
-        }
     }
 
     // ================================================================ construction
@@ -130,18 +124,37 @@ namespace GenApi
         return m_InternedNames.insert(Name).first->c_str();
     }
 
-    CNodeImpl* CNodeMapImpl::FindNode(const std::string& Name) const
+    std::string_view CNodeMapImpl::StoreText(std::string_view Text)
+    {
+        if (Text.empty())
+            return std::string_view();
+        const size_t needed = Text.size() + 1;
+        if (m_TextBlocks.empty() || m_TextBlockUsed + needed > m_TextBlockSize)
+        {
+            const size_t blockSize = std::max<size_t>(needed, 64 * 1024);
+            m_TextBlocks.emplace_back(new char[blockSize]);
+            m_TextBlockSize = blockSize;
+            m_TextBlockUsed = 0;
+        }
+        char* p = m_TextBlocks.back().get() + m_TextBlockUsed;
+        std::memcpy(p, Text.data(), Text.size());
+        p[Text.size()] = '\0';
+        m_TextBlockUsed += needed;
+        return std::string_view(p, Text.size());
+    }
+
+    CNodeImpl* CNodeMapImpl::FindNode(std::string_view Name) const
     {
         auto it = m_ByName.find(Name);
         return it == m_ByName.end() ? nullptr : it->second;
     }
 
-    CNodeImpl* CNodeMapImpl::Resolve(const CNodeImpl* pFrom, const char* Property, const std::string& Target) const
+    CNodeImpl* CNodeMapImpl::Resolve(const CNodeImpl* pFrom, const char* Property, std::string_view Target) const
     {
         CNodeImpl* p = FindNode(Target);
         if (!p)
             throw RUNTIME_EXCEPTION("Node '%s' refers through %s to node '%s', which does not exist",
-                                    pFrom->Name().c_str(), Property, Target.c_str());
+                                    pFrom->Name().c_str(), Property, std::string(Target).c_str());
         return p;
     }
 
@@ -306,7 +319,7 @@ namespace GenApi
                 && (std::strcmp(name, "EnumEntry") == 0 || std::strcmp(name, "StructEntry") == 0
                     || std::strcmp(name, "IntSwissKnife") == 0))
                 continue;
-            pNode->AddProperty(Intern(name), child.child_value(), FirstAttributeValue(child));
+            pNode->AddProperty(Intern(name), child.child_value(), child.first_attribute().value());
         }
     }
 
@@ -338,7 +351,7 @@ namespace GenApi
         }
         node->m_Name = name;
         for (pugi::xml_attribute a = element.first_attribute(); a; a = a.next_attribute())
-            node->AddProperty(Intern(a.name()), a.value(), std::string());
+            node->AddProperty(Intern(a.name()), a.value(), std::string_view());
 
         AddProperties(node.get(), &element, true);
         if (pInheritedVoid)
@@ -352,12 +365,12 @@ namespace GenApi
                     continue;
                 if (element.child(child.name()))
                     continue;
-                node->AddProperty(Intern(child.name()), child.child_value(), FirstAttributeValue(child));
+                node->AddProperty(Intern(child.name()), child.child_value(), child.first_attribute().value());
             }
         }
 
         CNodeImpl* pNode = node.get();
-        if (!m_ByName.emplace(name, pNode).second)
+        if (!m_ByName.emplace(std::string_view(pNode->m_Name), pNode).second)
             throw RUNTIME_EXCEPTION("Node '%s' is defined more than once", name.c_str());
         m_Nodes.push_back(std::move(node));
 
@@ -371,7 +384,7 @@ namespace GenApi
                 BuildNode(&child, pNode, nullptr);
                 CEnumEntryNode* pEntry = static_cast<CEnumEntryNode*>(m_Nodes.back().get());
                 static_cast<CEnumerationNode*>(pNode)->m_Entries.push_back(pEntry);
-                pNode->AddProperty(Intern("pEnumEntry"), pEntry->Name(), std::string());
+                pNode->AddProperty(Intern("pEnumEntry"), pEntry->Name(), std::string_view());
             }
             else if (std::strcmp(child.name(), "IntSwissKnife") == 0)
             {
@@ -379,7 +392,7 @@ namespace GenApi
                     child.append_attribute("Name") =
                         (name + "_Address" + std::to_string(++m_AnonymousCount)).c_str();
                 BuildNode(&child, nullptr, nullptr);
-                pNode->AddProperty(Intern("pAddress"), m_Nodes.back()->Name(), std::string());
+                pNode->AddProperty(Intern("pAddress"), m_Nodes.back()->Name(), std::string_view());
             }
         }
     }
@@ -569,6 +582,7 @@ namespace GenApi
         for (auto& up : m_Nodes)
         {
             up->Finish();
+            up->Compact();
             if (up->m_PollingTime > 0)
                 m_PolledNodes.push_back(up.get());
         }

@@ -45,9 +45,12 @@ namespace GenApi
         // ---- engine side ----
 
         //! Finds a node by name (no lock; the caller holds it or the map is loading)
-        CNodeImpl* FindNode(const std::string& Name) const;
+        CNodeImpl* FindNode(std::string_view Name) const;
         //! Resolves a reference of pFrom, raising RuntimeException naming both nodes if missing
-        CNodeImpl* Resolve(const CNodeImpl* pFrom, const char* Property, const std::string& Target) const;
+        CNodeImpl* Resolve(const CNodeImpl* pFrom, const char* Property, std::string_view Target) const;
+        //! Keeps a copy of a text (NUL-terminated) for the node map's lifetime; the copies of all
+        //! properties share a few large blocks instead of one allocation each
+        std::string_view StoreText(std::string_view Text);
         //! Interns a property name so that every node shares one copy
         const char* Intern(const std::string& Name);
 
@@ -90,7 +93,10 @@ namespace GenApi
         std::vector<CNodeImpl*> m_Fired;
 
         std::vector<std::unique_ptr<CNodeImpl>> m_Nodes;
-        std::unordered_map<std::string, CNodeImpl*> m_ByName;
+        std::unordered_map<std::string_view, CNodeImpl*> m_ByName; // keys view the nodes' names
+        std::vector<std::unique_ptr<char[]>> m_TextBlocks;
+        size_t m_TextBlockUsed = 0;
+        size_t m_TextBlockSize = 0;
         std::unordered_set<std::string> m_InternedNames;
         std::vector<CNodeImpl*> m_PolledNodes;
         std::vector<std::pair<CNodeImpl*, std::vector<CNodeImpl*>>> m_StructGroups;
