@@ -10,6 +10,7 @@
 #include <cctype>
 #include <cstring>
 #include <map>
+#include <set>
 #include <mutex>
 #include <thread>
 
@@ -33,6 +34,13 @@ namespace Internal
         }
 
         const char* const ArvIdProperty = "ArvDeviceId";
+
+        // Devices open in this process, by aravis id: a camera is opened by one object at a time.
+        std::set<std::string>& OpenIds()
+        {
+            static std::set<std::string> ids;
+            return ids;
+        }
 
         std::string ErrorText(GError* error, const char* fallback)
         {
@@ -157,7 +165,6 @@ namespace Internal
         void DoOpen(size_t numBuffers, size_t bufferSize) override;
         void DoClose() override;
         size_t PayloadSize() override;
-        void RefreshStatistics() override;
 
     private:
         // Shared with grab results, which give their buffers back to the stream while it is open
@@ -206,7 +213,19 @@ namespace Internal
             ArvDevice* device = nullptr;
             {
                 std::lock_guard<std::recursive_mutex> arvLock(AravisLock());
+                if (OpenIds().count(id))
+                    throw RUNTIME_EXCEPTION("Cannot open the device '%s': it is already open by another device object.",
+                                            m_info.GetFullName().c_str());
                 device = arv_interface_open_device(InterfaceOf(m_kind), id.c_str(), &error);
+                if (device && ARV_IS_GV_DEVICE(device) && !arv_gv_device_is_controller(ARV_GV_DEVICE(device)))
+                {
+                    // aravis falls back to read-only monitoring when another host controls the camera.
+                    g_object_unref(device);
+                    throw RUNTIME_EXCEPTION("Cannot open the device '%s': another application controls it.",
+                                            m_info.GetFullName().c_str());
+                }
+                if (device)
+                    OpenIds().insert(id);
             }
             if (!device)
                 throw RUNTIME_EXCEPTION("Cannot open the device '%s': %s", m_info.GetFullName().c_str(),
@@ -245,6 +264,8 @@ namespace Internal
                 m_nodeMap.reset();
                 m_port.reset();
                 m_tlParams.reset();
+                std::lock_guard<std::recursive_mutex> arvLock(AravisLock());
+                OpenIds().erase(id);
                 g_object_unref(device);
                 throw;
             }
@@ -274,6 +295,9 @@ namespace Internal
             {
                 std::lock_guard<std::recursive_mutex> arvLock(AravisLock());
                 g_object_unref(m_device);
+                gcstring id;
+                m_info.GetPropertyValue(ArvIdProperty, id);
+                OpenIds().erase(id);
             }
             m_device = nullptr;
         }
@@ -396,47 +420,27 @@ namespace Internal
         return m_device.CurrentPayloadSize();
     }
 
-    void CArvStreamGrabber::RefreshStatistics()
-    {
-        std::shared_ptr<Holder> holder = m_holder;
-        if (!holder)
-            return;
-        guint64 completed = 0, failures = 0, underruns = 0;
-        arv_stream_get_statistics(holder->stream, &completed, &failures, &underruns);
-        (void)completed;
-        (void)failures;
-        uint64_t missing = 0, packets = 0, resends = 0;
-        const guint n = arv_stream_get_n_infos(holder->stream);
-        for (guint i = 0; i < n; ++i)
-        {
-            const char* name = arv_stream_get_info_name(holder->stream, i);
-            if (!name || arv_stream_get_info_type(holder->stream, i) != G_TYPE_UINT64)
-                continue;
-            if (std::strcmp(name, "n_missing_frames") == 0)
-                missing = arv_stream_get_info_uint64(holder->stream, i);
-            else if (std::strcmp(name, "n_received_packets") == 0)
-                packets = arv_stream_get_info_uint64(holder->stream, i);
-            else if (std::strcmp(name, "n_resend_requests") == 0)
-                resends = arv_stream_get_info_uint64(holder->stream, i);
-        }
-        (void)missing;
-        SetPacketStatistics(packets, resends);
-        (void)underruns;
-    }
-
     void CArvStreamGrabber::Pump()
     {
         std::shared_ptr<Holder> holder = m_holder;
         guint64 lastUnderruns = 0;
         guint64 lastMissing = 0;
-        // Not every stream type counts missing frames; look the counter up once.
+        // Not every stream type has these counters; look them up once.
         int missingInfo = -1;
+        int packetsInfo = -1;
+        int resendsInfo = -1;
         const guint infos = arv_stream_get_n_infos(holder->stream);
         for (guint i = 0; i < infos; ++i)
         {
             const char* name = arv_stream_get_info_name(holder->stream, i);
-            if (name && std::strcmp(name, "n_missing_frames") == 0 && arv_stream_get_info_type(holder->stream, i) == G_TYPE_UINT64)
+            if (!name || arv_stream_get_info_type(holder->stream, i) != G_TYPE_UINT64)
+                continue;
+            if (std::strcmp(name, "n_missing_frames") == 0)
                 missingInfo = static_cast<int>(i);
+            else if (std::strcmp(name, "n_received_packets") == 0)
+                packetsInfo = static_cast<int>(i);
+            else if (std::strcmp(name, "n_resend_requests") == 0)
+                resendsInfo = static_cast<int>(i);
         }
         while (!m_stopPump.load())
         {
@@ -455,6 +459,8 @@ namespace Internal
                 CountMissed(missing - lastMissing);
                 lastMissing = missing;
             }
+            SetPacketStatistics(packetsInfo >= 0 ? arv_stream_get_info_uint64(holder->stream, static_cast<guint>(packetsInfo)) : 0,
+                                resendsInfo >= 0 ? arv_stream_get_info_uint64(holder->stream, static_cast<guint>(resendsInfo)) : 0);
             if (!buffer)
                 continue;
             auto result = std::make_shared<CGrabResultData>();
