@@ -214,7 +214,7 @@ namespace
         int read = 0;
     };
 
-    const int kRepeats = 5;
+    const int kRepeats = 10;
 
     //! Names of the features both engines read: readable values reachable from Root
     std::vector<std::string> featureNames(INodeMap* map)

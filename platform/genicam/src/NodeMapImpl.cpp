@@ -128,6 +128,10 @@ namespace GenApi
     {
         if (Text.empty())
             return std::string_view();
+        // Descriptions repeat the same short values thousands of times (RW, Device, ...)
+        auto known = m_StoredTexts.find(Text);
+        if (known != m_StoredTexts.end())
+            return *known;
         const size_t needed = Text.size() + 1;
         if (m_TextBlocks.empty() || m_TextBlockUsed + needed > m_TextBlockSize)
         {
@@ -140,7 +144,9 @@ namespace GenApi
         std::memcpy(p, Text.data(), Text.size());
         p[Text.size()] = '\0';
         m_TextBlockUsed += needed;
-        return std::string_view(p, Text.size());
+        const std::string_view stored(p, Text.size());
+        m_StoredTexts.insert(stored);
+        return stored;
     }
 
     CNodeImpl* CNodeMapImpl::FindNode(std::string_view Name) const
@@ -260,6 +266,7 @@ namespace GenApi
             throw;
         }
         m_Loaded = true;
+        std::unordered_set<std::string_view>().swap(m_StoredTexts);
     }
 
     void CNodeMapImpl::BuildNodes(void* pParent)

@@ -95,6 +95,7 @@ namespace GenApi
         std::vector<std::unique_ptr<CNodeImpl>> m_Nodes;
         std::unordered_map<std::string_view, CNodeImpl*> m_ByName; // keys view the nodes' names
         std::vector<std::unique_ptr<char[]>> m_TextBlocks;
+        std::unordered_set<std::string_view> m_StoredTexts; // equal texts are stored once
         size_t m_TextBlockUsed = 0;
         size_t m_TextBlockSize = 0;
         std::unordered_set<std::string> m_InternedNames;
