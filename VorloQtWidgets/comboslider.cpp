@@ -1,9 +1,9 @@
 #include "comboslider.h"
 
+#include "editorsupport_p.h"
 #include "spinboxlayout_p.h"
 #include "vorloqtspinbox.h"
 
-#include <GenICam/GCException.h>
 
 #include <QHBoxLayout>
 #include <QSlider>
@@ -156,7 +156,7 @@ void ComboSlider::setPageStep(int step)
 
 void ComboSlider::updateToolTip()
 {
-    try {
+    VorloQtInternal::buildToolTip([&] {
         QString text;
         if (m_spinBox->singleStep() == 1) {
             text = QStringLiteral("Range: %1..%2").arg(m_spinBox->minimum()).arg(m_spinBox->maximum());
@@ -167,11 +167,7 @@ void ComboSlider::updateToolTip()
                        .arg(m_spinBox->singleStep());
         }
         setToolTip(text);
-    } catch (const GenICam::GenericException& e) {
-        qWarning("Error creating tooltip text! Err='%s'", e.what());
-    } catch (const std::exception& e) {
-        qWarning("Error creating tooltip text! Err='%s'", e.what());
-    }
+    });
 }
 
 void ComboSlider::setEditBoxWidth(int width)

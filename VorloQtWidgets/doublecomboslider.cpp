@@ -1,9 +1,9 @@
 #include "doublecomboslider.h"
 
+#include "editorsupport_p.h"
 #include "spinboxlayout_p.h"
 #include "vorloqtspinbox.h"
 
-#include <GenICam/GCException.h>
 #include <VorloQtBase/formatting.h>
 
 #include <QSlider>
@@ -193,7 +193,7 @@ void DoubleComboSlider::initControls(double minRangeLimit, double maxRangeLimit,
 
 void DoubleComboSlider::updateToolTip()
 {
-    try {
+    VorloQtInternal::buildToolTip([&] {
         const QString minText = formatDoubleValue(m_spinBox->minimum(), m_spinBox->decimals(),
                                                   FormatValueParsable, locale());
         const QString maxText = formatDoubleValue(m_spinBox->maximum(), m_spinBox->decimals(),
@@ -202,11 +202,7 @@ void DoubleComboSlider::updateToolTip()
         m_slider->setToolTip(text);
         m_spinBox->setToolTip(text);
         setToolTip(text);
-    } catch (const GenICam::GenericException& e) {
-        qWarning("Error creating tooltip text! Err='%s'", e.what());
-    } catch (const std::exception& e) {
-        qWarning("Error creating tooltip text! Err='%s'", e.what());
-    }
+    });
 }
 
 void DoubleComboSlider::onSpinBoxStepTriggered(int steps)

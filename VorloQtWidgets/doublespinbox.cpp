@@ -1,8 +1,8 @@
 #include "doublespinbox.h"
 
+#include "editorsupport_p.h"
 #include "vorloqtspinbox.h"
 
-#include <GenICam/GCException.h>
 #include <VorloQtBase/formatting.h>
 
 #include <QHBoxLayout>
@@ -127,7 +127,7 @@ void DoubleSpinBox::initControls(double minRangeLimit, double maxRangeLimit, dou
 
 void DoubleSpinBox::updateToolTip()
 {
-    try {
+    VorloQtInternal::buildToolTip([&] {
         const FormatValueFlags flags(FormatValueParsable);
         const int decimals = m_spinBox->decimals();
         const QString minText = formatDoubleValue(m_spinBox->minimum(), decimals, flags, locale());
@@ -142,11 +142,7 @@ void DoubleSpinBox::updateToolTip()
             text = QStringLiteral("Range: %1..%2 (Increment: %3)").arg(minText, maxText, incText);
         m_spinBox->setToolTip(text);
         setToolTip(text);
-    } catch (const GenICam::GenericException& e) {
-        qWarning("Error creating tooltip text! Err='%s'", e.what());
-    } catch (const std::exception& e) {
-        qWarning("Error creating tooltip text! Err='%s'", e.what());
-    }
+    });
 }
 
 void DoubleSpinBox::onSpinBoxFocusEventTriggered(bool focus)

@@ -72,6 +72,20 @@ bool guardedNamed(const char* function, const char* failureFormat, NameOf&& name
                          [&] { std::rethrow_exception(failure); });
     return false;
 }
+
+// Tooltips are a nicety: a failure to build one is logged and the old tooltip stays. Only
+// the two known kinds of exception are caught here; anything else passes on.
+template<class Body>
+void buildToolTip(Body&& body)
+{
+    try {
+        std::forward<Body>(body)();
+    } catch (const GenICam::GenericException& e) {
+        qWarning("Error creating tooltip text! Err='%s'", e.what());
+    } catch (const std::exception& e) {
+        qWarning("Error creating tooltip text! Err='%s'", e.what());
+    }
+}
 } // namespace VorloQtInternal
 
 // A programming error that stops the process whatever the build type, with the usual

@@ -159,7 +159,7 @@ void FloatEditor::onSpinBoxStepTriggered(int steps)
 
 void FloatEditor::updateToolTip()
 {
-    try {
+    VorloQtInternal::buildToolTip([&] {
         const double largest = qMax(qAbs(m_spinBox->maximum()), qAbs(m_spinBox->minimum()));
         const FormatValueFlags flags = largest > 1000000000.0 ? FormatValueScientificIfLarge : FormatValueParsable;
         const int precision = VorloQt::trimToInt32(m_pFloat->GetDisplayPrecision());
@@ -173,9 +173,5 @@ void FloatEditor::updateToolTip()
             text = QStringLiteral("Range: %1..%2 (Increment: %3)").arg(minText, maxText, incText);
         m_spinBox->setToolTip(text);
         setToolTip(text);
-    } catch (const GenICam::GenericException& e) {
-        qWarning("Error creating tooltip text! Err='%s'", e.what());
-    } catch (const std::exception& e) {
-        qWarning("Error creating tooltip text! Err='%s'", e.what());
-    }
+    });
 }

@@ -243,7 +243,7 @@ double FloatSliderEditor::value()
 
 void FloatSliderEditor::updateToolTip()
 {
-    try {
+    VorloQtInternal::buildToolTip([&] {
         const int precision = VorloQt::trimToInt32(m_pFloat->GetDisplayPrecision());
         const double largest = qMax(qAbs(m_pFloat->GetMax()), qAbs(m_pFloat->GetMin()));
         const FormatValueFlags flags = largest > 1000000000.0 ? FormatValueScientificIfLarge : FormatValueParsable;
@@ -261,9 +261,5 @@ void FloatSliderEditor::updateToolTip()
         m_spinBox->setToolTip(text);
         m_slider->setToolTip(text);
         setToolTip(text);
-    } catch (const GenICam::GenericException& e) {
-        qWarning("Error creating tooltip text! Err='%s'", e.what());
-    } catch (const std::exception& e) {
-        qWarning("Error creating tooltip text! Err='%s'", e.what());
-    }
+    });
 }
