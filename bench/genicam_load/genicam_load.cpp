@@ -14,7 +14,7 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <chrono>
+#include <ctime>
 #include <cstdio>
 #include <cstring>
 #include <dirent.h>
@@ -78,12 +78,19 @@ static void bench_zero_device_class_init(BenchZeroDeviceClass* klass)
 
 namespace
 {
-    using Clock = std::chrono::steady_clock;
-
-    double msSince(Clock::time_point start)
+    // CPU time of this thread: other programs on a busy machine do not count against either side
+    struct Clock
     {
-        return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
-    }
+        using time_point = double;
+        static double now()
+        {
+            timespec ts;
+            clock_gettime(CLOCK_THREAD_CPUTIME_ID, &ts);
+            return double(ts.tv_sec) * 1e3 + double(ts.tv_nsec) / 1e6;
+        }
+    };
+
+    double msSince(double start) { return Clock::now() - start; }
 
     long statusKb(const char* field)
     {
@@ -214,7 +221,37 @@ namespace
         int read = 0;
     };
 
-    const int kRepeats = 10;
+    const int kRepeats = 15;
+
+    //! Best load time of one engine; the two engines' loads alternate, so that both meet the
+    //! same conditions on a machine shared with other work
+    double bestLoad(const std::string& xml, bool aravis)
+    {
+        static std::string cachedXml;
+        static double best[2];
+        if (cachedXml != xml)
+        {
+            cachedXml = xml;
+            const std::string bare = fromFirstTag(xml);
+            ArvDevice* device = ARV_DEVICE(g_object_new(bench_zero_device_get_type(), nullptr));
+            best[0] = best[1] = 1e300;
+            for (int i = 0; i < kRepeats; ++i)
+            {
+                double t = Clock::now();
+                {
+                    CNodeMapRef map;
+                    map._LoadXMLFromString(xml);
+                }
+                best[0] = std::min(best[0], Clock::now() - t);
+                t = Clock::now();
+                ArvGc* gc = arv_gc_new(device, bare.data(), bare.size());
+                g_object_unref(gc);
+                best[1] = std::min(best[1], Clock::now() - t);
+            }
+            g_object_unref(device);
+        }
+        return best[aravis ? 1 : 0];
+    }
 
     //! Names of the features both engines read: readable values reachable from Root
     std::vector<std::string> featureNames(INodeMap* map)
@@ -236,14 +273,7 @@ namespace
     Figures measureOurs(const std::string& xml, const std::vector<std::string>& names)
     {
         Figures f;
-        f.loadMs = 1e300;
-        for (int i = 0; i < kRepeats; ++i)
-        {
-            const auto t = Clock::now();
-            CNodeMapRef map;
-            map._LoadXMLFromString(xml);
-            f.loadMs = std::min(f.loadMs, msSince(t));
-        }
+        f.loadMs = bestLoad(xml, false);
         CNodeMapRef map;
         map._LoadXMLFromString(xml);
         ZeroPort port;
@@ -290,14 +320,7 @@ namespace
         const std::string xml = fromFirstTag(xmlWithHeader);
         Figures f;
         ArvDevice* device = ARV_DEVICE(g_object_new(bench_zero_device_get_type(), nullptr));
-        f.loadMs = 1e300;
-        for (int i = 0; i < kRepeats; ++i)
-        {
-            const auto t = Clock::now();
-            ArvGc* gc = arv_gc_new(device, xml.data(), xml.size());
-            f.loadMs = std::min(f.loadMs, msSince(t));
-            g_object_unref(gc);
-        }
+        f.loadMs = bestLoad(xmlWithHeader, true);
         ArvGc* gc = arv_gc_new(device, xml.data(), xml.size());
         arv_gc_set_register_cache_policy(gc, ARV_REGISTER_CACHE_POLICY_ENABLE);
         auto pass = [&](int& readCount) {
@@ -374,7 +397,7 @@ int main(int argc, char** argv)
     }
     std::sort(files.begin(), files.end());
 
-    std::printf("Times in ms (best of %d): load; read1 = first read of every readable feature (through the\n"
+    std::printf("Times in ms of thread CPU time (best of %d): load; read1 = first read of every readable feature (through the\n"
                 "zero device); cached = the same again. ratio = ours / aravis.\n"
                 "Memory in kB, measured in a child process: peak = resident growth while loading, held = heap in use\n"
                 "after loading; /xml = ours divided by the size of the XML. read = features read ours/aravis of total.\n\n",

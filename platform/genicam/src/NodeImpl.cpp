@@ -104,8 +104,10 @@ namespace GenApi
 
     const detail::Property* CNodeImpl::FindProperty(const char* Name) const
     {
+        // Names are short: the first character rules out most candidates before strcmp
+        const char first = Name[0];
         for (const detail::Property& p : m_Properties)
-            if (p.Name == Name || std::strcmp(p.Name, Name) == 0)
+            if (p.Name == Name || (p.Name[0] == first && std::strcmp(p.Name, Name) == 0))
                 return &p;
         return nullptr;
     }
@@ -113,8 +115,9 @@ namespace GenApi
     std::vector<const detail::Property*> CNodeImpl::FindProperties(const char* Name) const
     {
         std::vector<const detail::Property*> result;
+        const char first = Name[0];
         for (const detail::Property& p : m_Properties)
-            if (std::strcmp(p.Name, Name) == 0)
+            if (p.Name[0] == first && std::strcmp(p.Name, Name) == 0)
                 result.push_back(&p);
         return result;
     }
@@ -182,27 +185,54 @@ namespace GenApi
         }
     }
 
+    // Edges are appended while loading; RemoveDuplicateLinks drops repeats once the graph stands
     void CNodeImpl::AddReadingChild(CNodeImpl* p)
     {
-        PushUnique(m_ReadingChildren, p);
-        PushUnique(p->m_ReadingParents, this);
+        m_ReadingChildren.push_back(p);
+        p->m_ReadingParents.push_back(this);
     }
 
     void CNodeImpl::AddWritingChild(CNodeImpl* p)
     {
-        PushUnique(m_WritingChildren, p);
-        PushUnique(p->m_WritingParents, this);
+        m_WritingChildren.push_back(p);
+        p->m_WritingParents.push_back(this);
     }
 
     void CNodeImpl::AddInvalidator(CNodeImpl* p)
     {
-        PushUnique(m_Invalidators, p);
+        m_Invalidators.push_back(p);
     }
 
     void CNodeImpl::AddDependent(CNodeImpl* p)
     {
         if (p != this)
-            PushUnique(m_Dependents, p);
+            m_Dependents.push_back(p);
+    }
+
+    void CNodeImpl::RemoveDuplicateLinks(uint32_t& Epoch)
+    {
+        // Keeps the first occurrence of each node, in order, using the visit marks
+        auto dedup = [&Epoch](std::vector<CNodeImpl*>& list) {
+            if (list.size() < 2)
+                return;
+            ++Epoch;
+            size_t out = 0;
+            for (CNodeImpl* p : list)
+            {
+                if (p->m_VisitMark == Epoch)
+                    continue;
+                p->m_VisitMark = Epoch;
+                list[out++] = p;
+            }
+            list.resize(out);
+        };
+        dedup(m_ReadingChildren);
+        dedup(m_WritingChildren);
+        dedup(m_Invalidators);
+        dedup(m_Dependents);
+        dedup(m_ReadingParents);
+        dedup(m_WritingParents);
+        dedup(m_ValueChildren);
     }
 
     // ---------------------------------------------------------------- setup
@@ -315,6 +345,11 @@ namespace GenApi
     EAccessMode CNodeImpl::GetAccessMode() const
     {
         COperation op(m_pMap);
+        return InternalAccessMode();
+    }
+
+    EAccessMode CNodeImpl::InternalAccessMode() const
+    {
         if (m_AccessModeCacheValid)
             return m_AccessModeCache;
         CEvalGuard guard(this, aspAccessMode);
@@ -341,14 +376,14 @@ namespace GenApi
 
     void CNodeImpl::CheckReadable() const
     {
-        const EAccessMode mode = GetAccessMode();
+        const EAccessMode mode = InternalAccessMode();
         if (!IsReadable(mode))
             throw ACCESS_EXCEPTION("Node '%s' is not readable (access mode %s)", m_Name.c_str(), AccessModeName(mode));
     }
 
     void CNodeImpl::CheckWritable() const
     {
-        const EAccessMode mode = GetAccessMode();
+        const EAccessMode mode = InternalAccessMode();
         if (!IsWritable(mode))
             throw ACCESS_EXCEPTION("Node '%s' is not writable (access mode %s)", m_Name.c_str(), AccessModeName(mode));
     }

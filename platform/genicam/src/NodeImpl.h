@@ -177,6 +177,8 @@ namespace GenApi
         void DestroyCallbacks();
         bool HasCallbacks() const { return m_Callbacks.size() > m_CallbackHoles; }
 
+        //! The access mode; the caller holds the node map's lock
+        EAccessMode InternalAccessMode() const;
         //! Throws AccessException unless readable
         void CheckReadable() const;
         //! Throws AccessException unless writable
@@ -205,6 +207,8 @@ namespace GenApi
         void AddWritingChild(CNodeImpl* p);
         void AddInvalidator(CNodeImpl* p);
         void AddDependent(CNodeImpl* p);
+        //! Drops repeated entries from the link lists (first occurrence kept)
+        void RemoveDuplicateLinks(uint32_t& Epoch);
 
         const std::vector<CNodeImpl*>& Dependents() const { return m_Dependents; }
         const std::vector<CNodeImpl*>& ReadingChildren() const { return m_ReadingChildren; }

@@ -119,9 +119,12 @@ namespace GenApi
         m_Nodes.clear();
     }
 
-    const char* CNodeMapImpl::Intern(const std::string& Name)
+    const char* CNodeMapImpl::Intern(std::string_view Name)
     {
-        return m_InternedNames.insert(Name).first->c_str();
+        // The text pool stores equal texts once, so it interns names too
+        if (Name.empty())
+            return "";
+        return StoreText(Name).data();
     }
 
     std::string_view CNodeMapImpl::StoreText(std::string_view Text)
@@ -537,6 +540,8 @@ namespace GenApi
                 for (CNodeImpl* b : group.second)
                     a->AddDependent(b);
         m_StructGroups.clear();
+        for (auto& up : m_Nodes)
+            up->RemoveDuplicateLinks(m_VisitEpoch);
 
         for (auto& up : m_Nodes)
             ComputeCaching(up.get());
@@ -669,20 +674,8 @@ namespace GenApi
         }
     }
 
-    void CNodeMapImpl::BeginOperation()
+    void CNodeMapImpl::FinishOperation(bool Unwinding)
     {
-        m_Lock.Lock();
-        ++m_OpDepth;
-    }
-
-    void CNodeMapImpl::EndOperation(bool Unwinding)
-    {
-        if (m_OpDepth > 1 || m_Pending.empty())
-        {
-            --m_OpDepth;
-            m_Lock.Unlock();
-            return;
-        }
         // The outermost operation ends: first the callbacks inside the lock (they may change
         // more nodes, whose callbacks join the queue), then, after the lock is released, the
         // callbacks outside it.

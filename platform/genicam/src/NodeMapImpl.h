@@ -52,7 +52,7 @@ namespace GenApi
         //! properties share a few large blocks instead of one allocation each
         std::string_view StoreText(std::string_view Text);
         //! Interns a property name so that every node shares one copy
-        const char* Intern(const std::string& Name);
+        const char* Intern(std::string_view Name);
 
         //! Invalidates a node and everything that depends on it, collecting their callbacks.
         //! Downward also drops the cached values the node is computed from (an explicit
@@ -62,8 +62,19 @@ namespace GenApi
         void ClearCachesFrom(CNodeImpl* pNode);
 
         //! Entry and exit of every public operation: lock, and callbacks at the outermost exit
-        void BeginOperation();
-        void EndOperation(bool Unwinding);
+        void BeginOperation() { m_Lock.Lock(); ++m_OpDepth; }
+        void EndOperation()
+        {
+            if (m_OpDepth > 1 || m_Pending.empty())
+            {
+                --m_OpDepth;
+                m_Lock.Unlock();
+                return;
+            }
+            FinishOperation(std::uncaught_exceptions() > 0);
+        }
+        //! The outermost operation ends with callbacks pending: fires them in their two phases
+        void FinishOperation(bool Unwinding);
 
         //! Evaluation depth bookkeeping (bounded so a malformed description cannot overflow the stack)
         int m_EvalDepth = 0;
@@ -98,7 +109,6 @@ namespace GenApi
         std::unordered_set<std::string_view> m_StoredTexts; // equal texts are stored once
         size_t m_TextBlockUsed = 0;
         size_t m_TextBlockSize = 0;
-        std::unordered_set<std::string> m_InternedNames;
         std::vector<CNodeImpl*> m_PolledNodes;
         std::vector<std::pair<CNodeImpl*, std::vector<CNodeImpl*>>> m_StructGroups;
         int m_AnonymousCount = 0;
@@ -118,16 +128,14 @@ namespace GenApi
     class COperation
     {
     public:
-        explicit COperation(CNodeMapImpl* pMap) : m_pMap(pMap), m_Uncaught(std::uncaught_exceptions())
-        {
-            m_pMap->BeginOperation();
-        }
-        ~COperation() noexcept(false) { m_pMap->EndOperation(std::uncaught_exceptions() > m_Uncaught); }
+        explicit COperation(CNodeMapImpl* pMap) : m_pMap(pMap) { m_pMap->BeginOperation(); }
+        // Whether the operation ends by an exception matters only when callbacks are pending,
+        // so the (thread-local) exception count is asked only then
+        ~COperation() noexcept(false) { m_pMap->EndOperation(); }
         COperation(const COperation&) = delete;
         COperation& operator=(const COperation&) = delete;
 
     private:
         CNodeMapImpl* m_pMap;
-        int m_Uncaught;
     };
 }
