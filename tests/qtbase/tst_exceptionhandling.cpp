@@ -66,6 +66,7 @@ private slots:
     void recorderRestoresPreviousPresenter();
     void emptyPresenterRestoresDefaultBox();
     void failureFromAnotherThreadIsRecorded();
+    void engineThrowMacroCarriesFileAndLine();
 };
 
 void tst_ExceptionHandling::printGenICamException()
@@ -251,6 +252,25 @@ void tst_ExceptionHandling::failureFromAnotherThreadIsRecorded()
     delete thread;
     QCOMPARE(recorder.count(), 1);
     QCOMPARE(recorder.last().failure, QStringLiteral("lost"));
+}
+
+void tst_ExceptionHandling::engineThrowMacroCarriesFileAndLine()
+{
+    VorloQtBase::ExceptionRecorder recorder;
+    LogCapture capture;
+    int line = 0;
+    QVERIFY(!VorloQtBase::guardedShown("setValue", QStringLiteral("Failed to set"),
+                                       QStringLiteral("Failed to set value"), nullptr, [&line] {
+                                           line = __LINE__ + 1;
+                                           throw OUT_OF_RANGE_EXCEPTION("Value %d above maximum %d", 12, 10);
+                                       }));
+    QCOMPARE(recorder.count(), 1);
+    const QString expectedFailure = QStringLiteral("Value 12 above maximum 10\n%1:%2")
+                                        .arg(QString::fromUtf8(__FILE__))
+                                        .arg(line);
+    QCOMPARE(recorder.last().failure, expectedFailure);
+    QCOMPARE(capture.log.debug.size(), 1);
+    QVERIFY(capture.log.debug[0].startsWith(QStringLiteral("setValue: Exception occurred:\nValue 12 above maximum 10\n")));
 }
 
 QTEST_MAIN(tst_ExceptionHandling)
