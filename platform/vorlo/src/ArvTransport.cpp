@@ -237,9 +237,11 @@ namespace Internal
                 if (!xml || size == 0)
                     throw RUNTIME_EXCEPTION("The device '%s' gave no GenICam description.", m_info.GetFullName().c_str());
                 m_port.reset(new CArvPort(device, m_deviceMutex));
-                m_nodeMap.reset(new GenApi::CNodeMapRef("Device"));
-                m_nodeMap->_LoadXMLFromString(gcstring(xml, size));
-                m_nodeMap->_Connect(m_port.get(), "Device");
+                std::unique_ptr<GenApi::CNodeMapRef> map(new GenApi::CNodeMapRef("Device"));
+                map->_LoadXMLFromString(gcstring(xml, size));
+                map->_Connect(m_port.get(), "Device");
+                std::lock_guard<std::mutex> mapLock(m_mapMutex);
+                m_nodeMap = std::move(map);
 
                 if (m_kind == ArvKind::GigE)
                 {
@@ -259,9 +261,12 @@ namespace Internal
             }
             catch (...)
             {
-                if (m_nodeMap)
-                    m_nodeMap->_Destroy();
-                m_nodeMap.reset();
+                {
+                    std::lock_guard<std::mutex> mapLock(m_mapMutex);
+                    if (m_nodeMap)
+                        m_nodeMap->_Destroy();
+                    m_nodeMap.reset();
+                }
                 m_port.reset();
                 m_tlParams.reset();
                 std::lock_guard<std::recursive_mutex> arvLock(AravisLock());
@@ -271,6 +276,10 @@ namespace Internal
             }
             m_device = device;
             ResetRemoved();
+            {
+                std::lock_guard<std::mutex> lostLock(m_lostMutex);
+                m_acceptLoss = true;
+            }
             // Heartbeat loss: aravis raises this on its own thread; NotifyRemoved only sets
             // flags and queues the notification for the removal monitor.
             m_controlLostHandler = g_signal_connect(device, "control-lost", G_CALLBACK(&CArvDevice::OnControlLost), this);
@@ -282,14 +291,22 @@ namespace Internal
             std::lock_guard<std::recursive_mutex> lock(m_apiMutex);
             if (!m_device)
                 return;
-            m_stream.reset();
+            {
+                // A loss reported from now on concerns an object on its way out.
+                std::lock_guard<std::mutex> lostLock(m_lostMutex);
+                m_acceptLoss = false;
+            }
             if (m_controlLostHandler)
                 g_signal_handler_disconnect(m_device, m_controlLostHandler);
             m_controlLostHandler = 0;
+            m_stream.reset();
             if (m_tlParams)
                 m_tlParams->Port().SetWriteHook(nullptr);
-            m_nodeMap->_Destroy();
-            m_nodeMap.reset();
+            {
+                std::lock_guard<std::mutex> mapLock(m_mapMutex);
+                m_nodeMap->_Destroy();
+                m_nodeMap.reset();
+            }
             m_tlParams.reset();
             m_port.reset();
             {
@@ -332,7 +349,10 @@ namespace Internal
 
         size_t CurrentPayloadSize()
         {
-            GenApi::INodeMap* map = GetNodeMap();
+            // Called from inside the stream grabber's node map: never m_apiMutex here, which
+            // Close holds while it tears that node map down.
+            std::lock_guard<std::mutex> lock(m_mapMutex);
+            GenApi::INodeMap* map = m_nodeMap ? m_nodeMap->_Ptr : nullptr;
             if (!map)
                 return 0;
             GenApi::CIntegerPtr payload = map->GetNode("PayloadSize");
@@ -349,6 +369,9 @@ namespace Internal
 
         void HandleControlLost()
         {
+            std::lock_guard<std::mutex> lostLock(m_lostMutex);
+            if (!m_acceptLoss)
+                return;
             NotifyRemoved();
             if (m_port)
                 m_port->SetRemoved();
@@ -373,8 +396,11 @@ namespace Internal
         ArvKind m_kind;
         mutable std::recursive_mutex m_apiMutex;
         std::mutex m_deviceMutex; // one aravis call on the device at a time
+        std::mutex m_mapMutex;    // lifetime of m_nodeMap for the stream grabber's payload query
         ArvDevice* m_device = nullptr;
         gulong m_controlLostHandler = 0;
+        std::mutex m_lostMutex; // the heartbeat thread's report against Close
+        bool m_acceptLoss = false;
         std::unique_ptr<CArvPort> m_port;
         std::unique_ptr<GenApi::CNodeMapRef> m_nodeMap;
         std::unique_ptr<CParameterNodeMap> m_tlParams;

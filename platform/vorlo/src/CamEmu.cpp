@@ -379,7 +379,10 @@ namespace Internal
         CCamEmuRegistry::Instance().ClaimOpen(m_index, this);
         try
         {
-            m_port.reset(new CLivePort(PortSize));
+            {
+                std::lock_guard<std::mutex> removalLock(m_removalMutex);
+                m_port.reset(new CLivePort(PortSize));
+            }
             InitRegisters();
 
             std::string xml = Xml::Xml_CamEmuCamera;
@@ -411,19 +414,23 @@ namespace Internal
 
             m_tlParams.reset(new CParameterNodeMap(Xml::Xml_CamEmuTLParams, TlPortSize, "TLDevice"));
             m_tlParams->Port().StoreU32(TlRegFrameGeneratorEnable, 1);
-            m_stream.reset(new CCamEmuStreamGrabber(*this));
+            {
+                // Built outside the lock: loading its node map takes the map's own lock.
+                std::unique_ptr<CCamEmuStreamGrabber> stream(new CCamEmuStreamGrabber(*this));
+                std::lock_guard<std::mutex> removalLock(m_removalMutex);
+                m_stream = std::move(stream);
+            }
 
             m_port->SetWriteHook([this](int64_t address, int64_t length) { OnRegisterWritten(address, length); });
             m_port->SetReadHook([this](int64_t address, int64_t length) { OnRegisterRead(address, length); });
         }
         catch (...)
         {
-            m_stream.reset();
-            m_tlParams.reset();
             if (m_nodeMap)
                 m_nodeMap->_Destroy();
             m_nodeMap.reset();
-            m_port.reset();
+            ReleaseStreamAndPort();
+            m_tlParams.reset();
             CCamEmuRegistry::Instance().ReleaseOpen(m_index, this);
             throw;
         }
@@ -443,9 +450,8 @@ namespace Internal
         m_port->SetReadHook(nullptr);
         m_nodeMap->_Destroy();
         m_nodeMap.reset();
-        m_stream.reset();
+        ReleaseStreamAndPort();
         m_tlParams.reset();
-        m_port.reset();
         m_open = false;
         CCamEmuRegistry::Instance().ReleaseOpen(m_index, this);
     }
@@ -477,27 +483,46 @@ namespace Internal
     void CCamEmuDevice::SimulateRemoval()
     {
         // The registers stop answering and the stream ends; the owner still closes the object.
+        // Marked removed first, so that a consumer woken by the stream finds the reason.
+        NotifyRemoved();
         {
             std::lock_guard<std::mutex> lock(m_stateMutex);
             m_stopGenerator = true;
         }
         m_stateChanged.notify_all();
         {
-            std::lock_guard<std::recursive_mutex> lock(m_apiMutex);
+            // Not m_apiMutex: this may run inside a register write (a device reset) while
+            // another thread closes the device and waits for the node map's lock.
+            std::lock_guard<std::mutex> lock(m_removalMutex);
             if (m_port)
                 m_port->SetFailing("The device has been removed.");
             if (m_stream)
                 m_stream->SetRemoved();
         }
-        NotifyRemoved();
     }
 
     size_t CCamEmuDevice::CurrentPayloadSize() const
     {
-        std::lock_guard<std::recursive_mutex> lock(m_apiMutex);
+        // Called from inside the stream grabber's node map: never m_apiMutex here, which Open
+        // and Close hold while they build and tear down that node map.
+        std::lock_guard<std::mutex> lock(m_removalMutex);
         if (!m_port)
             return 0;
         return m_port->LoadU32(RegPayloadSize);
+    }
+
+    void CCamEmuDevice::ReleaseStreamAndPort()
+    {
+        std::unique_ptr<CCamEmuStreamGrabber> stream;
+        std::unique_ptr<CLivePort> port;
+        {
+            std::lock_guard<std::mutex> lock(m_removalMutex);
+            stream = std::move(m_stream);
+            port = std::move(m_port);
+        }
+        // Destroyed outside the lock: the grabber's node map takes its own lock on the way out.
+        stream.reset();
+        port.reset();
     }
 
     void CCamEmuDevice::InitRegisters()

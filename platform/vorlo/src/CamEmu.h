@@ -101,6 +101,7 @@ namespace Internal
     private:
         struct Settings;
         void InitRegisters();
+        void ReleaseStreamAndPort();
         void OnRegisterWritten(int64_t address, int64_t length);
         void OnRegisterRead(int64_t address, int64_t length);
         void Recompute();
@@ -117,6 +118,7 @@ namespace Internal
         const bool m_gige;
 
         mutable std::recursive_mutex m_apiMutex; // Open and Close
+        mutable std::mutex m_removalMutex;        // lifetime of m_port and m_stream for other threads
         bool m_open = false;
         std::unique_ptr<CLivePort> m_port;
         std::unique_ptr<GenApi::CNodeMapRef> m_nodeMap;
