@@ -22,6 +22,10 @@ install(FILES
   "${PROJECT_BINARY_DIR}/VorloQtWidgetsConfigVersion.cmake"
   DESTINATION ${VORLO_CMAKE_INSTALL_DIR})
 
+# The pkg-config file finds its prefix from where it lies, so that an install with
+# "cmake --install --prefix" elsewhere stays right.
+file(RELATIVE_PATH VORLO_PC_RELATIVE_PREFIX "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
+string(REGEX REPLACE "/$" "" VORLO_PC_RELATIVE_PREFIX "${VORLO_PC_RELATIVE_PREFIX}")
 configure_file("${PROJECT_SOURCE_DIR}/cmake/VorloQtWidgets.pc.in"
   "${PROJECT_BINARY_DIR}/VorloQtWidgets.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/VorloQtWidgets.pc"
