@@ -367,6 +367,9 @@ QModelIndex FeatureTreeModel::findItemByRole(int role, const QVariant& value, Fe
 
 QString FeatureTreeModel::GetNodeMapName(INodeMap* pNodeMap) const
 {
+    // A dead entry holds no map any more, so it doesn't answer for null.
+    if (!pNodeMap)
+        return QString();
     for (const NodemapListEntry& entry : m_nodeMaps)
     {
         if (entry.nodeMap.get() == pNodeMap)
