@@ -144,6 +144,8 @@ bool BandwidthTreeWidget::restoreLayout(const QSettings* settings)
 
     const bool found = restoreHeaderLayout(settings, HeaderLayoutVersion, header());
     if (!found) {
+        // The button column is narrower than the style's smallest section.
+        header()->setMinimumSectionSize(std::min(header()->minimumSectionSize(), 20));
         header()->resizeSection(ColumnCamera, 240);
         header()->resizeSection(ColumnBandwidth, 160);
         header()->resizeSection(ColumnConfiguration, 20);

@@ -8,6 +8,7 @@
 
 #include <VorloQtBase/exceptiondisplay.h>
 
+#include <QScopeGuard>
 #include <QStandardItemModel>
 
 #include <stdexcept>
@@ -291,6 +292,10 @@ void tst_BandwidthFlatTree::enableCameraFailureKeepsRowDisabledWithLastError()
     const unsigned long row = rowOf(*m_tree, fullName(0));
     // Someone else has the device open: creation fails.
     Vorlo::IVorloDevice* pOther = Vorlo::CTlFactory::GetInstance().CreateDevice(emulatedInfo(0));
+    auto releaseOther = qScopeGuard([&] {
+        if (pOther)
+            Vorlo::CTlFactory::GetInstance().DestroyDevice(pOther);
+    });
     pOther->Open();
     m_tree->m_items[row].sample.bandwidthLimit = 7;
     QVERIFY(!m_tree->enableCamera(row, m_set));
@@ -303,6 +308,7 @@ void tst_BandwidthFlatTree::enableCameraFailureKeepsRowDisabledWithLastError()
     QVERIFY(!m_tree->enableCamera(1, m_set));
     QCOMPARE(m_tree->m_lastError, error);
     Vorlo::CTlFactory::GetInstance().DestroyDevice(pOther);
+    pOther = nullptr;
     QVERIFY(m_tree->enableCamera(row, m_set));
     QVERIFY(m_tree->m_lastError.isEmpty());
 }
