@@ -105,7 +105,7 @@ private slots:
     void selectorsAndSelectedFeatures();
     void pErrorRaisesWithEntryDisplayName();
 
-    // introspection
+    // describing nodes
     void propertyNamesAndJoinedValues();
     void propertyAbsentGivesFalse();
     void childrenAndParentsByLinkType();
@@ -1527,7 +1527,7 @@ void tst_NodeMap::pErrorRaisesWithEntryDisplayName()
     }
 }
 
-// ------------------------------------------------------------------ introspection
+// ------------------------------------------------------------------ describing nodes
 
 void tst_NodeMap::propertyNamesAndJoinedValues()
 {

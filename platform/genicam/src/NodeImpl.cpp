@@ -43,21 +43,21 @@ namespace GenApi
 
     // ---------------------------------------------------------------- evaluation guard
 
-    CNodeImpl::CEvalGuard::CEvalGuard(const CNodeImpl* pNode, uint8_t Aspect) : m_pNode(pNode), m_Aspect(Aspect)
+    CNodeImpl::CEvalGuard::CEvalGuard(const CNodeImpl* pNode, uint8_t Facet) : m_pNode(pNode), m_Facet(Facet)
     {
-        if (pNode->m_Evaluating & Aspect)
+        if (pNode->m_Evaluating & Facet)
             throw RUNTIME_EXCEPTION("Node '%s': evaluation cycle, the node depends on itself", pNode->m_Name.c_str());
         CNodeMapImpl* pMap = pNode->m_pMap;
         if (pMap->m_EvalDepth >= CNodeMapImpl::MaxEvalDepth)
             throw RUNTIME_EXCEPTION("Node '%s': evaluation nested more than %d levels deep", pNode->m_Name.c_str(),
                                     CNodeMapImpl::MaxEvalDepth);
         ++pMap->m_EvalDepth;
-        pNode->m_Evaluating |= Aspect;
+        pNode->m_Evaluating |= Facet;
     }
 
     CNodeImpl::CEvalGuard::~CEvalGuard()
     {
-        m_pNode->m_Evaluating &= static_cast<uint8_t>(~m_Aspect);
+        m_pNode->m_Evaluating &= static_cast<uint8_t>(~m_Facet);
         --m_pNode->m_pMap->m_EvalDepth;
     }
 

@@ -218,14 +218,14 @@ namespace GenApi
         class CEvalGuard
         {
         public:
-            CEvalGuard(const CNodeImpl* pNode, uint8_t Aspect);
+            CEvalGuard(const CNodeImpl* pNode, uint8_t Facet);
             ~CEvalGuard();
             CEvalGuard(const CEvalGuard&) = delete;
             CEvalGuard& operator=(const CEvalGuard&) = delete;
 
         private:
             const CNodeImpl* m_pNode;
-            uint8_t m_Aspect;
+            uint8_t m_Facet;
         };
         enum : uint8_t
         {

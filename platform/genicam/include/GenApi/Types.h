@@ -66,7 +66,7 @@ namespace GenApi
         _UndefinedEndian
     } EEndianess;
 
-    //! Whether a name is standardised or vendor specific
+    //! Whether a name is standardised or the vendor's own
     typedef enum _ENameSpace
     {
         Custom,
