@@ -214,6 +214,11 @@ void tst_GcBase::nullPointerDereferenceThrowsLogicalError()
     QVERIFY_EXCEPTION_THROWN(*p, GenICam::LogicalErrorException);
     CNodeMapPtr map;
     QVERIFY_EXCEPTION_THROWN(map->GetNode("x"), GenICam::LogicalErrorException);
+    // The access helpers answer false for an empty pointer instead of throwing
+    QVERIFY(!IsReadable(p));
+    QVERIFY(!IsWritable(p));
+    QVERIFY(!IsAvailable(p));
+    QVERIFY(!IsImplemented(p));
 }
 
 void tst_GcBase::accessModeCombine_data()

@@ -82,6 +82,28 @@ namespace GenApi
         T* m_pT;
     };
 
+    //! Access helpers on smart pointers: an empty pointer is neither readable nor writable
+    template <class T, class B>
+    bool IsReadable(const CPointer<T, B>& p)
+    {
+        return p.IsValid() && IsReadable(p->GetAccessMode());
+    }
+    template <class T, class B>
+    bool IsWritable(const CPointer<T, B>& p)
+    {
+        return p.IsValid() && IsWritable(p->GetAccessMode());
+    }
+    template <class T, class B>
+    bool IsAvailable(const CPointer<T, B>& p)
+    {
+        return p.IsValid() && IsAvailable(p->GetAccessMode());
+    }
+    template <class T, class B>
+    bool IsImplemented(const CPointer<T, B>& p)
+    {
+        return p.IsValid() && IsImplemented(p->GetAccessMode());
+    }
+
     typedef CPointer<IBase> CBasePtr;
     typedef CPointer<INode> CNodePtr;
     typedef CPointer<IValue> CValuePtr;
