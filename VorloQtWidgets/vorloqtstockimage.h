@@ -17,7 +17,7 @@ enum EVorloQtStockIcon
     StockIcon_Exclamation32 = 8
 };
 
-// The image of `icon`, scaled to exactly width by height (smoothly, aspect ratio ignored) when
+// The image of `icon`, scaled to exactly width by height (smoothly, proportions ignored) when
 // both are above 0, else at its own size. The empty icons, unknown values and missing
 // resources give a null pixmap.
 VORLOQTWIDGETS_EXPORT QPixmap getVorloStockImage(EVorloQtStockIcon icon, int width = 0, int height = 0);

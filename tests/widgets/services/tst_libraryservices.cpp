@@ -16,7 +16,7 @@ private slots:
     void stockIconAtNaturalSize_data();
     void stockIconAtNaturalSize();
     void widthZeroWithHeightLoadsAtNaturalSize();
-    void scaledExactlyIgnoringAspectRatio();
+    void scaledExactlyIgnoringProportions();
     void infoAndInfoAlternateShareOneImage();
     void missingResourceGivesNullPixmap();
 
@@ -83,7 +83,7 @@ void tst_LibraryServices::widthZeroWithHeightLoadsAtNaturalSize()
     QCOMPARE(getVorloStockImage(StockIcon_Error, -4, 40).size(), QSize(16, 16));
 }
 
-void tst_LibraryServices::scaledExactlyIgnoringAspectRatio()
+void tst_LibraryServices::scaledExactlyIgnoringProportions()
 {
     QCOMPARE(getVorloStockImage(StockIcon_Exclamation, 40, 10).size(), QSize(40, 10));
     QCOMPARE(getVorloStockImage(StockIcon_Info32, 24, 24).size(), QSize(24, 24));
