@@ -254,6 +254,10 @@ namespace GenApi
         try
         {
             BuildNodes(&root);
+            // Every text the nodes need is in the text pool now: the document goes before the
+            // graph is built, which lowers the peak memory of a load
+            root = pugi::xml_node();
+            doc.reset();
             for (auto& p : m_Nodes)
                 p->Setup();
             FinishLoad();
