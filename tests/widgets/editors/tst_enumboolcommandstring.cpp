@@ -105,6 +105,7 @@ private slots:
     void visibilityChangeTakesEffectAtNextRefresh();
     void enumEditorActivatedGivesSymbolicName();
     void nonEnumerationNodeClearsEnumEditorThenWarns();
+    void enumEditorRefusesToAddWhatIsNoEntry();
     void enumEditorNodeMapDestroyedWhileOpen();
 
     // CheckBoxEditor
@@ -280,6 +281,23 @@ void TestEnumBoolCommandString::nonEnumerationNodeClearsEnumEditorThenWarns()
     editor.setEditorData(map.node("Flag"));
     QCOMPARE(editor.count(), 0);
     QCOMPARE(log.count("setEditorData is called with non-enumeration node????"), 1);
+}
+
+void TestEnumBoolCommandString::enumEditorRefusesToAddWhatIsNoEntry()
+{
+    struct Probe : EnumEditor
+    {
+        using EnumEditor::EnumEditor;
+        using EnumEditor::addItem;
+    };
+    NodeMap map(features());
+    GenApi::EVisibility visibility = GenApi::Beginner;
+    Probe editor(nullptr, &visibility);
+    MessageRecorder log;
+    editor.addItem(map.node("Flag"));
+    editor.addItem(static_cast<GenApi::INode*>(nullptr));
+    QCOMPARE(editor.count(), 0);
+    QCOMPARE(log.count("addItem: Tried to add item which is not an IEnumEntry"), 2);
 }
 
 void TestEnumBoolCommandString::enumEditorNodeMapDestroyedWhileOpen()
@@ -465,8 +483,13 @@ void TestEnumBoolCommandString::toolButtonEditorAccessModes()
     editor.setEditorData(map.node("Start"));
     QCOMPARE(editor.isEnabled(), enabled);
     QVERIFY(!editor.isChecked());
-    if (mode == GenApi::NI || mode == GenApi::NA)
+    if (mode == GenApi::NI || mode == GenApi::NA) {
         QVERIFY2(log.contains("!! Failed to initialize button data for node Start"), qPrintable(log.joined()));
+        // A click then cannot read the command back: reported, and the request still stands.
+        editor.setChecked(true);
+        QCOMPARE(editor.editorData(), QVariant(QStringLiteral("1")));
+        QVERIFY2(log.contains("!! Failed to set button state"), qPrintable(log.joined()));
+    }
 }
 
 void TestEnumBoolCommandString::nonCommandNodeLeavesButtonAlone()
