@@ -263,6 +263,18 @@ void tst_CamEmuDevice::userIdIsWritableString()
     QVERIFY(IsWritable(userId.GetPtr()));
     userId->SetValue("left camera");
     QCOMPARE(QString(userId->GetValue(false, true).c_str()), QString("left camera"));
+    // Enumeration reports the name as the user-defined name, as a real camera's discovery does.
+    DeviceInfoList list;
+    CTlFactory::GetInstance().CreateTl(DeviceClassCamEmu)->EnumerateDevices(list);
+    QCOMPARE(QString(list.at(0).GetUserDefinedName().c_str()), QString("left camera"));
+    QVERIFY(!list.at(1).IsPropertyAvailable("UserDefinedName"));
+    // It stays in the camera across closing.
+    cam.device->Close();
+    cam.device->Open();
+    QCOMPARE(QString(CStringPtr(cam.device->GetNodeMap()->GetNode("DeviceUserID"))->GetValue().c_str()), QString("left camera"));
+    CStringPtr(cam.device->GetNodeMap()->GetNode("DeviceUserID"))->SetValue("");
+    CTlFactory::GetInstance().CreateTl(DeviceClassCamEmu)->EnumerateDevices(list);
+    QVERIFY(!list.at(0).IsPropertyAvailable("UserDefinedName"));
 }
 
 void tst_CamEmuDevice::payloadSizeFollowsImageFormat_data()

@@ -681,6 +681,7 @@ namespace Internal
             else
             {
                 info.SetPropertyValue("GTLInterfaceID", "USB3Vision");
+                info.SetPropertyValue("UsbDriverTypeName", "libusb");
                 if (!physical.empty())
                     info.SetPropertyValue("DeviceGUID", physical.c_str());
             }

@@ -216,8 +216,35 @@ namespace Internal
             auto it = m_unplugged.find(i);
             if (it != m_unplugged.end() && it->second)
                 continue;
-            list.push_back(MakeInfo(i));
+            CDeviceInfo info = MakeInfo(i);
+            auto name = m_userNames.find(i);
+            if (name != m_userNames.end() && !name->second.empty())
+                info.SetUserDefinedName(name->second.c_str());
+            list.push_back(info);
         }
+    }
+
+    CDeviceInfo CCamEmuRegistry::Info(unsigned int index) const
+    {
+        CDeviceInfo info = MakeInfo(index);
+        std::lock_guard<std::mutex> lock(m_mutex);
+        auto name = m_userNames.find(index);
+        if (name != m_userNames.end() && !name->second.empty())
+            info.SetUserDefinedName(name->second.c_str());
+        return info;
+    }
+
+    void CCamEmuRegistry::SetUserDefinedName(unsigned int index, const std::string& name)
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_userNames[index] = name;
+    }
+
+    std::string CCamEmuRegistry::UserDefinedName(unsigned int index) const
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        auto it = m_userNames.find(index);
+        return it == m_userNames.end() ? std::string() : it->second;
     }
 
     int CCamEmuRegistry::Find(const std::string& fullName) const
@@ -359,7 +386,7 @@ namespace Internal
     };
 
     CCamEmuDevice::CCamEmuDevice(ITransportLayer* tl, unsigned int index)
-        : CDeviceBase(CCamEmuRegistry::MakeInfo(index))
+        : CDeviceBase(CCamEmuRegistry::Instance().Info(index))
         , m_tl(tl)
         , m_index(index)
         , m_gige(CCamEmuRegistry::IsGigEFlavoured(index))
@@ -535,7 +562,7 @@ namespace Internal
         p.StoreString(RegDeviceVersion, 32, "2.4.1");
         p.StoreString(RegFirmwareVersion, 32, "EMU 2.4.1 build 7");
         p.StoreString(RegSerialNumber, 16, serial.c_str());
-        p.StoreString(RegUserID, 16, "");
+        p.StoreString(RegUserID, 16, CCamEmuRegistry::Instance().UserDefinedName(m_index).c_str());
         p.StoreU32(RegLinkSelector, 0);
         const double link = m_gige ? GigELinkBytesPerSecond : UsbLinkBytesPerSecond;
         p.StoreU64(RegLinkSpeed, static_cast<uint64_t>(link));
@@ -689,6 +716,12 @@ namespace Internal
             StartAcquisition();
         if (touches(RegAcquisitionStop) && p.LoadU32(RegAcquisitionStop) != 0)
             StopAcquisition();
+        if (touches(RegUserID, 16))
+        {
+            char name[17] = {};
+            p.Load(name, RegUserID, 16);
+            CCamEmuRegistry::Instance().SetUserDefinedName(m_index, name);
+        }
         if (touches(RegDeviceReset) && p.LoadU32(RegDeviceReset) != 0)
         {
             // A reset drops the connection; the camera is back on the bus at once.

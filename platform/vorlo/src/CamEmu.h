@@ -5,6 +5,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <map>
+#include <string>
 #include <memory>
 #include <mutex>
 #include <thread>
@@ -38,7 +39,12 @@ namespace Internal
         //! Marks the camera as open by this device; raises when it is gone or open elsewhere
         void ClaimOpen(unsigned int index, CCamEmuDevice* device);
         void ReleaseOpen(unsigned int index, CCamEmuDevice* device);
+        //! The name a user gave the camera (DeviceUserID); it survives closing, like flash would
+        void SetUserDefinedName(unsigned int index, const std::string& name);
+        std::string UserDefinedName(unsigned int index) const;
 
+        //! The record as enumeration reports it
+        CDeviceInfo Info(unsigned int index) const;
         static CDeviceInfo MakeInfo(unsigned int index);
         static std::string SerialNumber(unsigned int index);
         static bool IsGigEFlavoured(unsigned int index) { return (index % 2) == 1; }
@@ -49,6 +55,7 @@ namespace Internal
         unsigned int m_count = 0;
         std::map<unsigned int, bool> m_unplugged;
         std::map<unsigned int, CCamEmuDevice*> m_openBy;
+        std::map<unsigned int, std::string> m_userNames;
     };
 
     class CCamEmuStreamGrabber : public CStreamGrabberBase
