@@ -91,6 +91,9 @@ void CBandwidthMeasuringCamera::OnGrabStart(Vorlo::CInstantCamera&)
 
 void CBandwidthMeasuringCamera::OnGrabStarted(Vorlo::CInstantCamera&)
 {
+    // The counter pointer is read by GetSample on the GUI thread; a pointer store is not atomic,
+    // so it is made under the camera lock.
+    CameraLockHolder lock(*this);
     m_lastLostFrameCount = 0;
     GenApi::INodeMap* pStreamNodeMap = GetStreamGrabberNodeMap();
     if (!pStreamNodeMap)
@@ -103,6 +106,7 @@ void CBandwidthMeasuringCamera::OnGrabStarted(Vorlo::CInstantCamera&)
 
 void CBandwidthMeasuringCamera::OnGrabStop(Vorlo::CInstantCamera&)
 {
+    CameraLockHolder lock(*this);
     m_lostFrameCounter.Release();
 }
 

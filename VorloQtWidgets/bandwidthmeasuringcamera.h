@@ -9,6 +9,7 @@
 
 #include <QDateTime>
 
+#include <atomic>
 #include <cstdint>
 #include <vector>
 
@@ -70,9 +71,11 @@ public:
     int64_t m_errorCount;
     double m_fpsMax;
     uint64_t m_bytesPerSecondMax;
-    bool m_bDeviceRemoved;
-    bool m_bGrabError;
-    bool m_bFrameRateChanged;
+    // Set by handlers on the removal monitor thread, the grab loop thread or whatever thread
+    // changed a node, without the camera lock: atomic, so that the store needs none.
+    std::atomic<bool> m_bDeviceRemoved;
+    std::atomic<bool> m_bGrabError;
+    std::atomic<bool> m_bFrameRateChanged;
     QDateTime m_grabStartTime;
     int64_t m_lastLostFrameCount;
     GenApi::CPointer<GenApi::IInteger> m_lostFrameCounter;

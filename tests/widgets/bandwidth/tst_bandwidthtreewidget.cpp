@@ -72,6 +72,22 @@ bool hasIcon(QTreeWidgetItem* pItem, int column)
     return !pItem->icon(column).isNull();
 }
 
+// Findings of the model tester other than the one that Qt's own tree widget model always
+// raises: its model gives every column of a row the row's children, which the tester's third
+// common-error check reports for every row.
+QStringList g_testerFindings;
+QtMessageHandler g_previousHandler = nullptr;
+
+void filterTesterMessages(QtMsgType type, const QMessageLogContext& context, const QString& message)
+{
+    if (context.category && qstrcmp(context.category, "qt.modeltest") == 0) {
+        if (!message.contains(QLatin1String("childIndex != childIndex1")))
+            g_testerFindings << message;
+        return;
+    }
+    g_previousHandler(type, context, message);
+}
+
 GenICam::gcstring_vector emulationOnly()
 {
     GenICam::gcstring_vector v;
@@ -142,6 +158,7 @@ private:
 
 void tst_BandwidthTreeWidget::initTestCase()
 {
+    g_previousHandler = qInstallMessageHandler(filterTesterMessages);
     QVERIFY(m_settingsDir.isValid());
     QSettings::setDefaultFormat(QSettings::IniFormat);
     QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, m_settingsDir.path());
@@ -153,8 +170,7 @@ void tst_BandwidthTreeWidget::initTestCase()
 void tst_BandwidthTreeWidget::init()
 {
     m_view = std::make_unique<TestBandwidthTreeWidget>();
-    // Qt's own tree widget model gives every column of a row the row's children, which the
-    // tester's third common-error check reports; its findings are written as warnings.
+    // The tester writes its findings as warnings; filterTesterMessages() keeps them.
     m_tester = std::make_unique<QAbstractItemModelTester>(m_view->model(),
                                                           QAbstractItemModelTester::FailureReportingMode::Warning);
     QSettings settings(m_settingsDir.filePath(QStringLiteral("layout.ini")), QSettings::IniFormat);
@@ -171,6 +187,9 @@ void tst_BandwidthTreeWidget::cleanup()
     Vorlo::CTlFactory::GetInstance().SetCamEmuDeviceCount(3);
     for (unsigned i = 0; i < 3; ++i)
         Vorlo::CTlFactory::GetInstance().SetCamEmuDeviceUnplugged(serialNumber(i).toStdString().c_str(), false);
+    const QStringList findings = g_testerFindings;
+    g_testerFindings.clear();
+    QVERIFY2(findings.isEmpty(), qPrintable(findings.join(QLatin1Char('\n'))));
 }
 
 void tst_BandwidthTreeWidget::sampleFor(TestBandwidthTreeWidget& w, int samples)
