@@ -6,6 +6,8 @@
 #include <QFile>
 #include <QtTest>
 
+#include <stdexcept>
+
 #include <VorloQtWidgets/nodemapfilter.h>
 
 #include "featuremodeltestsupport.h"
@@ -68,6 +70,89 @@ private:
     mutable CLock m_lock;
 };
 
+// A node whose imposes fail, for the failure texts of processElement.
+class FailingNode : public INode
+{
+public:
+    EAccessMode GetAccessMode() const override { return RW; }
+    gcstring GetName(bool) const override { return "Failing"; }
+    ENameSpace GetNameSpace() const override { return Custom; }
+    EVisibility GetVisibility() const override { return Beginner; }
+    void InvalidateNode() override {}
+    bool IsCachable() const override { return false; }
+    EYesNo IsAccessModeCacheable() const override { return No; }
+    ECachingMode GetCachingMode() const override { return NoCache; }
+    int64_t GetPollingTime() const override { return -1; }
+    gcstring GetToolTip() const override { return gcstring(); }
+    gcstring GetDescription() const override { return gcstring(); }
+    gcstring GetDisplayName() const override { return "Failing"; }
+    gcstring GetDeviceName() const override { return "Device"; }
+    void GetChildren(NodeList_t&, ELinkType) const override {}
+    void GetParents(NodeList_t&, ELinkType) const override {}
+    CallbackHandleType RegisterCallback(CNodeCallback*) override { return 0; }
+    bool DeregisterCallback(CallbackHandleType) override { return false; }
+    INodeMap* GetNodeMap() const override { return nullptr; }
+    gcstring GetEventID() const override { return gcstring(); }
+    bool IsStreamable() const override { return false; }
+    void GetPropertyNames(gcstring_vector&) const override {}
+    bool GetProperty(const gcstring&, gcstring&, gcstring&) const override { return false; }
+    void ImposeAccessMode(EAccessMode) override { throw ACCESS_EXCEPTION("access mode refused"); }
+    void ImposeVisibility(EVisibility) override
+    {
+        if (failVisibility)
+            throw std::runtime_error("visibility refused");
+    }
+    INode* GetAlias() const override { return nullptr; }
+    INode* GetCastAlias() const override { return nullptr; }
+    gcstring GetDocuURL() const override { return gcstring(); }
+    bool IsDeprecated() const override { return false; }
+    EInterfaceType GetPrincipalInterfaceType() const override { return intfIInteger; }
+    bool IsFeature() const override { return true; }
+
+    bool failVisibility = true;
+};
+
+// A node map with device information whose model name can't be read, or that has one node
+// whose imposes fail.
+class FailingNodeMap : public PlainNodeMap, public IDeviceInfo
+{
+public:
+    enum Failure { None, GenICamFailure, StandardFailure, UnknownFailure };
+    explicit FailingNodeMap(Failure failure) : m_failure(failure) {}
+
+    INode* GetNode(const gcstring& name) const override
+    {
+        return name == "Failing" ? const_cast<FailingNode*>(&node) : nullptr;
+    }
+    gcstring GetModelName() override
+    {
+        switch (m_failure)
+        {
+        case GenICamFailure:
+            throw RUNTIME_EXCEPTION("no model name");
+        case StandardFailure:
+            throw std::runtime_error("no model name");
+        case UnknownFailure:
+            throw 42;
+        default:
+            return "FailingCam";
+        }
+    }
+    gcstring GetVendorName() override { return "Kesdor"; }
+    gcstring GetToolTip() override { return gcstring(); }
+    gcstring GetStandardNameSpace() override { return "None"; }
+    void GetGenApiVersion(Version_t&, uint16_t&) override {}
+    void GetSchemaVersion(Version_t&) override {}
+    void GetDeviceVersion(Version_t&) override {}
+    gcstring GetProductGuid() override { return gcstring(); }
+    gcstring GetVersionGuid() override { return gcstring(); }
+
+    FailingNode node;
+
+private:
+    Failure m_failure;
+};
+
 } // namespace
 
 class TestNodeMapFilter : public QObject
@@ -93,6 +178,9 @@ private slots:
     void accessModeRules();
     void defaultFilterHasFiftyOneRules();
     void applyingTwiceImposesTheSameAgain();
+    void modelNameFailureIsLoggedAndNothingApplied_data();
+    void modelNameFailureIsLoggedAndNothingApplied();
+    void imposeFailuresAreLoggedAndStopTheRule();
 };
 
 void TestNodeMapFilter::cleanup()
@@ -307,6 +395,50 @@ void TestNodeMapFilter::applyingTwiceImposesTheSameAgain()
     QVERIFY(NodeMapFilter::applyFilter(camera.map()));
     QVERIFY(NodeMapFilter::applyFilter(camera.map()));
     QCOMPARE(camera.node("WriteTimeout")->GetVisibility(), Guru);
+}
+
+void TestNodeMapFilter::modelNameFailureIsLoggedAndNothingApplied_data()
+{
+    QTest::addColumn<int>("failure");
+    QTest::addColumn<QString>("secondLine");
+    QTest::newRow("GenICam exception") << int(FailingNodeMap::GenICamFailure)
+                                       << QStringLiteral("^createDocument: Exception occurred:\\n.*no model name");
+    QTest::newRow("standard exception") << int(FailingNodeMap::StandardFailure)
+                                        << QStringLiteral("^createDocument: Exception occurred:\\nno model name");
+    QTest::newRow("unknown exception") << int(FailingNodeMap::UnknownFailure)
+                                       << QStringLiteral("^createDocument: Unspecified exception occurred\\.$");
+}
+
+void TestNodeMapFilter::modelNameFailureIsLoggedAndNothingApplied()
+{
+    QFETCH(int, failure);
+    QFETCH(QString, secondLine);
+    FailingNodeMap map{FailingNodeMap::Failure(failure)};
+    QTest::ignoreMessage(QtWarningMsg, "Failed to call GenApi::INodeMap::GetModelName()");
+    QTest::ignoreMessage(QtDebugMsg, QRegularExpression(secondLine, QRegularExpression::DotMatchesEverythingOption));
+    QVERIFY(!NodeMapFilter::applyFilter(&map));
+}
+
+void TestNodeMapFilter::imposeFailuresAreLoggedAndStopTheRule()
+{
+    FailingNodeMap map{FailingNodeMap::None};
+    QDomDocument document;
+    QDomElement both = rule(document, "<Feature><Name>Failing</Name><Visibility>Guru</Visibility><AccessMode>RO</AccessMode></Feature>");
+    QTest::ignoreMessage(QtWarningMsg, "Failed to impose the visibility of node Failing");
+    QTest::ignoreMessage(QtDebugMsg, QRegularExpression("^processElement: Exception occurred:\\nvisibility refused"));
+    QVERIFY(!NodeMapFilter::processElement(both, &map));
+
+    map.node.failVisibility = false;
+    QDomDocument second;
+    QDomElement accessOnly = rule(second, "<Feature><Name>Failing</Name><AccessMode>RO</AccessMode></Feature>");
+    QTest::ignoreMessage(QtWarningMsg, "Failed to impose the access mode of node Failing");
+    QTest::ignoreMessage(QtDebugMsg, QRegularExpression("^processElement: Exception occurred:\\n.*access mode refused",
+                                                        QRegularExpression::DotMatchesEverythingOption));
+    QVERIFY(!NodeMapFilter::processElement(accessOnly, &map));
+
+    // applyFilter goes through the built-in default for this model name, and a failing rule
+    // doesn't make it fail.
+    QVERIFY(NodeMapFilter::applyFilter(&map));
 }
 
 QTEST_MAIN(TestNodeMapFilter)
