@@ -226,6 +226,8 @@ private slots:
     void stopGrabbingFromOtherThreadWhileHandlerRuns();
     void closeFromOtherThreadWhileHandlerRuns();
     void destroyFromOtherThreadWhileHandlerRuns();
+    void closeFromRemovalHandlerDuringGrab();
+    void destroyFromRemovalHandlerDuringGrab();
     void registrationModesReplaceOrAppend();
     void cleanupDeleteMakesCameraDeleteHandler();
     void registrationCountsFollowRegistrations();
@@ -654,6 +656,65 @@ void tst_InstantCamera::destroyFromOtherThreadWhileHandlerRuns()
         delete c;
         c = nullptr;
     }, true);
+}
+
+namespace
+{
+    // Runs an action of the camera from inside OnCameraDeviceRemoved, on the removal monitor thread.
+    class ActingRemovalHandler : public CConfigurationEventHandler
+    {
+    public:
+        void OnCameraDeviceRemoved(CInstantCamera& camera) override
+        {
+            if (action)
+                action(camera);
+            ++calls;
+        }
+        std::function<void(CInstantCamera&)> action;
+        std::atomic<int> calls{ 0 };
+    };
+}
+
+void tst_InstantCamera::closeFromRemovalHandlerDuringGrab()
+{
+    ActingRemovalHandler removal;
+    CountingImageHandler images;
+    CInstantCamera camera(createEmulated(0));
+    removal.action = [](CInstantCamera& c) { c.Close(); };
+    camera.RegisterConfiguration(&removal, RegistrationMode_ReplaceAll, Cleanup_None);
+    camera.RegisterImageEventHandler(&images, RegistrationMode_ReplaceAll, Cleanup_None);
+    camera.Open();
+    smallImage(camera);
+    camera.StartGrabbing(GrabStrategy_OneByOne, GrabLoop_ProvidedByInstantCamera);
+    QTRY_VERIFY(images.images.load() >= 2);
+    CTlFactory::GetInstance().SetCamEmuDeviceUnplugged("EMU-0000", true);
+    QTRY_COMPARE(removal.calls.load(), 1);
+    QVERIFY(!camera.IsGrabbing());
+    QVERIFY(!camera.IsOpen());
+}
+
+void tst_InstantCamera::destroyFromRemovalHandlerDuringGrab()
+{
+    ActingRemovalHandler removal;
+    CountingImageHandler images;
+    auto* camera = new CInstantCamera(createEmulated(0));
+    removal.action = [](CInstantCamera& c) { delete &c; };
+    camera->RegisterConfiguration(&removal, RegistrationMode_ReplaceAll, Cleanup_None);
+    camera->RegisterImageEventHandler(&images, RegistrationMode_ReplaceAll, Cleanup_None);
+    camera->Open();
+    smallImage(*camera);
+    camera->StartGrabbing(GrabStrategy_OneByOne, GrabLoop_ProvidedByInstantCamera);
+    QTRY_VERIFY(images.images.load() >= 2);
+    CTlFactory::GetInstance().SetCamEmuDeviceUnplugged("EMU-0000", true);
+    QTRY_COMPARE(removal.calls.load(), 1);
+    QCOMPARE(removal.DebugGetEventHandlerRegistrationCount(), 0L);
+    QCOMPARE(images.DebugGetEventHandlerRegistrationCount(), 0L);
+    // The emulated camera is free for a new object once it is back.
+    CTlFactory::GetInstance().SetCamEmuDeviceUnplugged("EMU-0000", false);
+    IVorloDevice* device = createEmulated(0);
+    device->Open();
+    QVERIFY(device->IsOpen());
+    CTlFactory::GetInstance().DestroyDevice(device);
 }
 
 void tst_InstantCamera::registrationModesReplaceOrAppend()
