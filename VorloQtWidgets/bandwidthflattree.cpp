@@ -41,7 +41,7 @@ QString runAndDescribe(const char* function, const QString& failureText, Body&& 
         return QString::fromUtf8(e.what());
     } catch (...) {
         VorloQtBase::logUnexpectedException(function, failureText);
-        return QStringLiteral("Unspecified exception occurred.");
+        return QStringLiteral("Unknown exception.");
     }
 }
 
