@@ -1,125 +1,61 @@
-// vorloviewer: shows the dialogs of the widget library.
+// vorloviewer: the camera viewer. Lists the cameras, opens one, shows and edits its features,
+// shows its live image, and measures the bandwidth of several cameras.
 //
-//   vorloviewer [--screenshot FILE] [--quit-after MS]
-//
-// --screenshot FILE  opens the IP address dialog and the about box beside the main window,
-//                    writes one picture of all three to FILE and quits.
-// --quit-after MS    quits after MS milliseconds (for smoke runs).
+//   vorloviewer [--emulated N] [--open NAME] [--grab N] [--bandwidth] [--measure MS]
+//               [--screenshot FILE] [--quit-after MS] [--report]
 
+#include "mainwindow.h"
+#include "scriptedrun.h"
+
+#include <Vorlo/VorloIncludes.h>
 #include <VorloQtBase/exceptiondisplay.h>
-#include <VorloQtWidgets/aboutdialog.h>
-#include <VorloQtWidgets/aboutdialogimpl.h>
-#include <VorloQtWidgets/ipaddresswidget.h>
-#include <VorloQtWidgets/messageboxcheckable.h>
-#include <VorloQtWidgets/vorloqtstockimage.h>
 
 #include <QApplication>
 #include <QCommandLineParser>
-#include <QDialog>
-#include <QDir>
-#include <QFileInfo>
-#include <QFont>
-#include <QHBoxLayout>
-#include <QLabel>
-#include <QMainWindow>
-#include <QPainter>
-#include <QPushButton>
-#include <QStatusBar>
 #include <QTimer>
-#include <QVBoxLayout>
 
 #include <cstdio>
 
+#ifndef VORLO_VERSION
+#define VORLO_VERSION "0.0.0"
+#endif
+
 namespace {
 
-class DemoWindow : public QMainWindow
+bool parseCount(const QCommandLineParser& parser, const QCommandLineOption& option, int* value)
 {
-public:
-    DemoWindow()
-    {
-        setWindowTitle(QStringLiteral("Vorlo Viewer"));
-        auto* central = new QWidget(this);
-        auto* layout = new QVBoxLayout(central);
-        layout->setContentsMargins(16, 16, 16, 16);
-        layout->setSpacing(10);
-
-        auto* header = new QHBoxLayout;
-        auto* icon = new QLabel(central);
-        icon->setPixmap(getVorloStockImage(StockIcon_Info32));
-        header->addWidget(icon);
-        auto* intro = new QLabel(
-            QStringLiteral("<b>Vorlo Viewer</b><br>Dialogs of the widget library."), central);
-        header->addWidget(intro, 1);
-        layout->addLayout(header);
-
-        auto* ipButton = new QPushButton(QStringLiteral("Set &IP Address..."), central);
-        auto* messageButton = new QPushButton(QStringLiteral("Show &Message..."), central);
-        auto* aboutButton = new QPushButton(QStringLiteral("&About..."), central);
-        layout->addWidget(ipButton);
-        layout->addWidget(messageButton);
-        layout->addWidget(aboutButton);
-        layout->addStretch(1);
-        setCentralWidget(central);
-        statusBar()->showMessage(QStringLiteral("Ready"));
-
-        connect(ipButton, &QPushButton::clicked, this, &DemoWindow::askForAddress);
-        connect(messageButton, &QPushButton::clicked, this, &DemoWindow::showMessage);
-        connect(aboutButton, &QPushButton::clicked, this, &DemoWindow::showAbout);
+    if (!parser.isSet(option))
+        return true;
+    bool ok = false;
+    const int number = parser.value(option).toInt(&ok);
+    if (!ok || number < 0) {
+        std::fprintf(stderr, "vorloviewer: --%s needs a number that is not negative\n",
+                     qPrintable(option.names().constFirst()));
+        return false;
     }
+    *value = number;
+    return true;
+}
 
-    void askForAddress()
-    {
-        IpAddressWidget dialog(this);
-        dialog.setShowMacAddress(false);
-        dialog.setHeaderText(QStringLiteral("Please specify the IP address of the camera."));
-        if (dialog.exec() == QDialog::Accepted) {
-            statusBar()->showMessage(QStringLiteral("IP %1, mask %2, gateway %3")
-                                         .arg(dialog.ipAddress(), dialog.subnetMask(),
-                                              dialog.defaultGateway()));
-        }
-    }
-
-    void showMessage()
-    {
-        MessageBoxCheckable box(QStringLiteral("DemoMessage"), QMessageBox::Information,
-                                QStringLiteral("Vorlo Viewer"),
-                                QStringLiteral("The camera list is refreshed every ten seconds."),
-                                QMessageBox::Ok, this);
-        box.setSaveResultOnButton(QMessageBox::Ok);
-        box.exec();
-    }
-
-    void showAbout()
-    {
-        AboutDialog about(this);
-        about.setProductVersion(QStringLiteral(VORLO_VERSION));
-        about.setCopyrightTimeRange(QStringLiteral("2024-2026"));
-        about.exec();
-    }
-};
-
-// One picture: the main window, the IP address dialog (filled in) and the about box.
-QImage composeScreenshot(QWidget* window, QWidget* ipDialog, QWidget* aboutDialog)
+// Emulated cameras stand in when nothing real is connected, so that the viewer always has
+// something to show; an explicit count or VORLO_CAMEMU wins.
+void setUpEmulatedCameras(int requested)
 {
-    const QPixmap shots[] = {window->grab(), ipDialog->grab(), aboutDialog->grab()};
-    const int margin = 24;
-    int width = margin;
-    int height = 0;
-    for (const QPixmap& shot : shots) {
-        width += shot.width() + margin;
-        height = qMax(height, shot.height());
+    Vorlo::CTlFactory& factory = Vorlo::CTlFactory::GetInstance();
+    if (requested >= 0) {
+        factory.SetCamEmuDeviceCount(static_cast<unsigned>(requested));
+        return;
     }
-    QImage image(width, height + 2 * margin, QImage::Format_RGB32);
-    image.fill(QColor(0x5b, 0x66, 0x75));
-    QPainter p(&image);
-    int x = margin;
-    for (const QPixmap& shot : shots) {
-        p.fillRect(QRect(x + 3, margin + 3, shot.width(), shot.height()), QColor(0, 0, 0, 60));
-        p.drawPixmap(x, margin, shot);
-        x += shot.width() + margin;
+    if (qEnvironmentVariableIsSet("VORLO_CAMEMU"))
+        return;
+    Vorlo::DeviceInfoList devices;
+    try {
+        factory.EnumerateDevices(devices);
+    } catch (const std::exception& e) {
+        std::fprintf(stderr, "vorloviewer: device enumeration failed: %s\n", e.what());
     }
-    p.end();
-    return image;
+    if (devices.empty())
+        factory.SetCamEmuDeviceCount(3);
 }
 
 } // namespace
@@ -133,68 +69,85 @@ int main(int argc, char** argv)
     QCoreApplication::setApplicationVersion(QStringLiteral(VORLO_VERSION));
 
     QCommandLineParser parser;
-    parser.setApplicationDescription(QStringLiteral("Shows the dialogs of the widget library."));
+    parser.setApplicationDescription(QStringLiteral("Camera viewer: devices, features, live image, bandwidth."));
     parser.addHelpOption();
     parser.addVersionOption();
+    const QCommandLineOption emulatedOption(
+        QStringLiteral("emulated"),
+        QStringLiteral("Offer <n> emulated cameras (default: 3 when no camera is found and VORLO_CAMEMU is unset)."),
+        QStringLiteral("n"));
+    const QCommandLineOption openOption(
+        QStringLiteral("open"),
+        QStringLiteral("Open the first device whose name matches <name> (wildcards allowed) as soon as it is found."),
+        QStringLiteral("name"));
+    const QCommandLineOption grabOption(
+        QStringLiteral("grab"), QStringLiteral("After opening, grab <n> images (0: grab continuously)."),
+        QStringLiteral("n"));
+    const QCommandLineOption bandwidthOption(
+        QStringLiteral("bandwidth"),
+        QStringLiteral("Open the bandwidth manager, enable every camera and measure (after --open and --grab)."));
+    const QCommandLineOption measureOption(
+        QStringLiteral("measure"), QStringLiteral("Measure the bandwidth for <ms> milliseconds (default 2000)."),
+        QStringLiteral("ms"));
     const QCommandLineOption screenshotOption(
-        QStringLiteral("screenshot"), QStringLiteral("Write a picture of the dialogs to <file> and quit."),
+        QStringLiteral("screenshot"),
+        QStringLiteral("Open a camera, grab, measure, write the main window to <file> and the bandwidth "
+                       "window to <file>-bandwidth, and quit."),
         QStringLiteral("file"));
     const QCommandLineOption quitAfterOption(
-        QStringLiteral("quit-after"), QStringLiteral("Quit after <ms> milliseconds."), QStringLiteral("ms"));
-    parser.addOption(screenshotOption);
-    parser.addOption(quitAfterOption);
+        QStringLiteral("quit-after"),
+        QStringLiteral("Quit after <ms> milliseconds, done or not (exit code 1 when steps are left)."),
+        QStringLiteral("ms"));
+    const QCommandLineOption reportOption(
+        QStringLiteral("report"), QStringLiteral("Print what the run did, one key=value per line, when it ends."));
+    parser.addOptions({emulatedOption, openOption, grabOption, bandwidthOption, measureOption, screenshotOption,
+                       quitAfterOption, reportOption});
     parser.process(app);
 
-    DemoWindow window;
-    window.resize(360, 300);
-    window.show();
+    int emulated = -1;
+    ScriptOptions script;
+    if (!parseCount(parser, emulatedOption, &emulated) || !parseCount(parser, grabOption, &script.grabCount)
+        || !parseCount(parser, measureOption, &script.measureMs)
+        || !parseCount(parser, quitAfterOption, &script.quitAfterMs))
+        return 2;
+    script.openPattern = parser.value(openOption);
+    script.bandwidth = parser.isSet(bandwidthOption);
+    script.screenshotFile = parser.value(screenshotOption);
+    script.report = parser.isSet(reportOption);
 
-    if (parser.isSet(quitAfterOption)) {
-        bool ok = false;
-        const int ms = parser.value(quitAfterOption).toInt(&ok);
-        if (!ok || ms < 0) {
-            std::fprintf(stderr, "vorloviewer: --quit-after needs a number of milliseconds\n");
-            return 2;
-        }
-        QTimer::singleShot(ms, &app, &QCoreApplication::quit);
+    const bool unattended = !script.screenshotFile.isEmpty() || script.quitAfterMs >= 0 || script.report;
+    if (!script.screenshotFile.isEmpty()) {
+        // A screenshot shows the product at work: a camera open and grabbing, and the bandwidth
+        // manager measuring, unless the command line says otherwise.
+        if (script.openPattern.isEmpty())
+            script.openPattern = QStringLiteral("*");
+        if (!parser.isSet(grabOption))
+            script.grabCount = 0;
+        script.bandwidth = true;
     }
-
-    if (parser.isSet(screenshotOption)) {
-        // A screenshot run must never wait for a person: failures are written, not shown.
+    script.quitWhenDone = unattended;
+    if (unattended) {
+        // Nobody is there to close a message box: failures are written instead.
         VorloQtBase::setExceptionPresenter(
             [](const QString& function, const QString& message, const QString& failure) {
-                std::fprintf(stderr, "%s: %s %s\n", qPrintable(function), qPrintable(message),
+                std::fprintf(stderr, "vorloviewer: %s: %s %s\n", qPrintable(function), qPrintable(message),
                              qPrintable(failure));
             });
-        const QString file = parser.value(screenshotOption);
-        auto* ipDialog = new IpAddressWidget(&window);
-        ipDialog->setShowMacAddress(true);
-        ipDialog->setMacAddress(QStringLiteral("00:30:53:1A:2B:3C"));
-        ipDialog->setIpAddress(QStringLiteral("192.168.0.10"));
-        ipDialog->setSubnetMask(QStringLiteral("255.255.255.0"));
-        ipDialog->setDefaultGateway(QStringLiteral("192.168.0.1"));
-        ipDialog->show();
-        auto* about = new AboutDialog(&window);
-        about->setProductVersion(QStringLiteral(VORLO_VERSION));
-        about->setCopyrightTimeRange(QStringLiteral("2024-2026"));
-        about->impl()->dialog()->show();
-
-        int status = 0;
-        QTimer::singleShot(500, &app, [&] {
-            QDir().mkpath(QFileInfo(file).absolutePath());
-            const QImage image = composeScreenshot(&window, ipDialog, about->impl()->dialog());
-            if (image.save(file)) {
-                std::printf("vorloviewer: screenshot written to %s\n", qPrintable(file));
-            } else {
-                std::fprintf(stderr, "vorloviewer: cannot write %s\n", qPrintable(file));
-                status = 1;
-            }
-            delete about;
-            app.quit();
-        });
-        app.exec();
-        return status;
     }
 
-    return app.exec();
+    setUpEmulatedCameras(emulated);
+
+    int exitCode = 0;
+    {
+        MainWindow window;
+        window.setUnattended(unattended);
+        window.show();
+        ScriptedRun run(&window, script);
+        run.start();
+        exitCode = app.exec();
+        if (exitCode == 0)
+            exitCode = run.exitCode();
+        window.close();
+    }
+    return exitCode;
 }
