@@ -465,12 +465,16 @@ void tst_BandwidthMeasuringCamera::measuredRatesFollowTheCamera()
     startBandwidthCameraGrabbing(pCamera);
     QVERIFY(pCamera->m_bGrabStarted);
     QTRY_VERIFY_WITH_TIMEOUT(pCamera->GetSample().images >= 60, 15000);
-    const BandwidthSample sample = pCamera->GetSample();
+    // The rates come within 5 % of the camera's own; a machine busy with other work may delay
+    // single frames, so the window is watched until it gets there.
+    BandwidthSample sample;
+    const auto within = [&] {
+        sample = pCamera->GetSample();
+        return std::fabs(sample.fps - fpsMax) <= 0.05 * fpsMax
+               && std::fabs(double(sample.bytesPerSecond) - payload * fpsMax) <= 0.05 * payload * fpsMax;
+    };
+    QTRY_VERIFY_WITH_TIMEOUT(within(), 15000);
     pCamera->StopGrabbing();
-    QVERIFY2(std::fabs(sample.fps - fpsMax) <= 0.05 * fpsMax,
-             qPrintable(QStringLiteral("measured %1 fps, camera says %2").arg(sample.fps).arg(fpsMax)));
-    QVERIFY2(std::fabs(double(sample.bytesPerSecond) - payload * fpsMax) <= 0.05 * payload * fpsMax,
-             qPrintable(QStringLiteral("measured %1 B/s, expected %2").arg(sample.bytesPerSecond).arg(payload * fpsMax)));
     QCOMPARE(sample.errors, int64_t(0));
     QVERIFY(!sample.grabError);
 }
