@@ -1,6 +1,8 @@
 // Node rows and the highlighter.
 
 #include <QSettings>
+#include <QBrush>
+#include <QPalette>
 #include <QSignalSpy>
 #include <QtTest>
 

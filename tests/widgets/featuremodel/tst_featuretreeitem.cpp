@@ -1,5 +1,7 @@
 // Feature tree items and safe node pointers.
 
+#include <QBrush>
+#include <QPalette>
 #include <QSignalSpy>
 #include <QtTest>
 
