@@ -102,7 +102,7 @@ void FeatureTreeINodeItem::init()
         m_childrenLoaded = true;
     if (!m_node.IsValid())
         return;
-    VorloQtBase::guarded("init", QStringLiteral("Failed to inspect a node's children"), [&] {
+    VorloQtBase::guarded("init", QStringLiteral("Failed to read a node's children"), [&] {
         switch (m_node->GetPrincipalInterfaceType())
         {
         case intfIInteger:
