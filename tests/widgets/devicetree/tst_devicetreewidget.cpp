@@ -101,6 +101,7 @@ private slots:
     void userSelectionCancelsPendingAutoOpen();
     void selectByInfoMakesRowCurrent();
     void currentDeviceChangedCarriesRowInfo();
+    void scanEndDeliveredWhileAutoOpenProcessesEventsIsMergedAfterwards();
 
     // Open, close and removal reporting
     void openAndCloseMarkRowAndCount();
@@ -752,6 +753,29 @@ void tst_DeviceTreeWidget::currentDeviceChangedCarriesRowInfo()
     QSignalSpy openRequest(m_widget, &DeviceTreeWidget::deviceOpenRequest);
     emit tree()->itemActivated(emuLayer(), 0); // whatever the row is
     QCOMPARE(openRequest.count(), 1);
+}
+
+void tst_DeviceTreeWidget::scanEndDeliveredWhileAutoOpenProcessesEventsIsMergedAfterwards()
+{
+    makeWidget();
+    QVERIFY(scan());
+    // The auto-open runs inside a merge, which holds the snapshot's mutex, and processes events.
+    // A scan end that arrives there must not lock the mutex a second time (it would hang).
+    bool deliveredInside = false;
+    connect(m_widget, &DeviceTreeWidget::deviceOpenRequest, this, [&] {
+        QMetaObject::invokeMethod(m_widget, "deviceScanFinished", Qt::QueuedConnection);
+        QMetaObject::invokeMethod(this, [&] { deliveredInside = true; }, Qt::QueuedConnection);
+    });
+    QSignalSpy listChanged(m_widget, &DeviceTreeWidget::deviceListChanged);
+    m_widget->selectByNameAsync("*EMU-0002*", false);
+    m_cameras->set(3);
+    QVERIFY(scan());
+    QVERIFY(deliveredInside);
+    QCOMPARE(tree()->currentItem(), static_cast<QTreeWidgetItem*>(rowOf("EMU-0002")));
+    QCOMPARE(listChanged.count(), 1);
+    // The handed-back scan end merged the same snapshot once more, which changed nothing.
+    QCOMPARE(emuSerials().size(), 3);
+    QTRY_VERIFY(!QApplication::overrideCursor());
 }
 
 // ---------------------------------------------------------------- open, close, removal
