@@ -133,7 +133,7 @@ void BandwidthWindow::refresh()
         m_tree->setPreopenedDevices(&m_managedDevices);
         m_tree->refreshTree();
     });
-    m_tree->resizeColumnToContents(BandwidthTreeWidget::ColumnCamera);
+    fitCameraColumn();
     updateControls();
     if (wasMeasuring)
         startMeasuring();
@@ -162,6 +162,7 @@ bool BandwidthWindow::startMeasuring()
                 return false;
         }
     }
+    emit aboutToStartMeasuring();
     const bool ok = VorloQtBase::guarded("startMeasuring", tr("Failed to start measuring"),
                                          [&] { m_tree->StartMeasuring(); });
     if (!ok)
@@ -206,6 +207,7 @@ void BandwidthWindow::onCameraChecked(size_t index, Vorlo::CInstantCamera*, Qt::
         else
             m_tree->DisableCamera(row);
     });
+    fitCameraColumn();
     updateControls();
 }
 
@@ -223,6 +225,15 @@ void BandwidthWindow::sample()
 void BandwidthWindow::appendLog(const QString& line)
 {
     m_log->appendPlainText(line);
+}
+
+// Enabled cameras are written in bold; the column grows so that their names stay whole.
+void BandwidthWindow::fitCameraColumn()
+{
+    const int before = m_tree->columnWidth(BandwidthTreeWidget::ColumnCamera);
+    m_tree->resizeColumnToContents(BandwidthTreeWidget::ColumnCamera);
+    if (m_tree->columnWidth(BandwidthTreeWidget::ColumnCamera) < before)
+        m_tree->setColumnWidth(BandwidthTreeWidget::ColumnCamera, before);
 }
 
 void BandwidthWindow::updateControls()

@@ -46,6 +46,8 @@ public slots:
     void checkAllCameras();
 
 signals:
+    // Before the cameras start: whoever grabs from a measured device stops now.
+    void aboutToStartMeasuring();
     void measuringChanged(bool measuring);
 
 protected:
@@ -58,6 +60,7 @@ private slots:
 
 private:
     void appendLog(const QString& line);
+    void fitCameraColumn();
     void updateControls();
 
     BandwidthTreeWidget* m_tree;  // owned (child)

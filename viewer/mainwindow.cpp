@@ -9,6 +9,7 @@
 #include <VorloQtWidgets/aboutdialog.h>
 #include <VorloQtWidgets/devicetreewidget.h>
 #include <VorloQtWidgets/featuretreewidget.h>
+#include <VorloQtWidgets/ifeaturetreemodelextension.h>
 #include <VorloQtWidgets/ipaddresswidget.h>
 #include <VorloQtWidgets/vorloqtstockimage.h>
 
@@ -238,7 +239,7 @@ void MainWindow::replaceFeatureTree()
 {
     const int index = m_featureSplitter->indexOf(m_featureTree);
     if (m_featureTree) {
-        m_featureTreeState = m_featureTree->saveState(TreeStateVersion);
+        rememberFeatureTreeSettings();
         QAbstractItemModel* proxy = m_featureTree->treeView()->model();
         auto* filter = qobject_cast<QAbstractProxyModel*>(proxy);
         QAbstractItemModel* model = filter ? filter->sourceModel() : nullptr;
@@ -264,6 +265,19 @@ void MainWindow::replaceFeatureTree()
     });
     connect(m_featureTree, &FeatureTreeWidget::visibilityChanged, this,
             [this](GenApi::EVisibility visibility) { m_visibility = visibility; });
+}
+
+// The user level can change without a signal (setVisibility from the program), so it is read
+// back from the model.
+void MainWindow::rememberFeatureTreeSettings()
+{
+    m_featureTreeState = m_featureTree->saveState(TreeStateVersion);
+    if (const IFeatureTreeModelExtension* extension = m_featureTree->getFeatureExtension()) {
+        const GenApi::EVisibility visibility = extension->getVisibility();
+        if (visibility >= GenApi::Beginner && visibility <= GenApi::Guru)
+            m_visibility = visibility;
+    }
+    m_polling = m_featureTree->getPolling();
 }
 
 void MainWindow::restoreSettings()
@@ -303,7 +317,8 @@ void MainWindow::saveSettings()
     settings.setValue(QStringLiteral("leftSplitter"), m_leftSplitter->saveState());
     settings.setValue(QStringLiteral("featureSplitter"), m_featureSplitter->saveState());
     settings.setValue(QStringLiteral("deviceTree"), m_deviceTree->saveState(TreeStateVersion));
-    settings.setValue(QStringLiteral("featureTree"), m_featureTree->saveState(TreeStateVersion));
+    rememberFeatureTreeSettings();
+    settings.setValue(QStringLiteral("featureTree"), m_featureTreeState);
     settings.setValue(QStringLiteral("userLevel"), int(m_visibility));
     settings.setValue(QStringLiteral("polling"), m_polling);
     // The last device is written when it opens, so that a closed one is still opened next time.
@@ -500,9 +515,7 @@ void MainWindow::onGrabbingStopped()
 
 void MainWindow::onBandwidthMeasuringChanged(bool measuring)
 {
-    // The live view and the measurement share the device's stream.
-    if (measuring && m_camera && m_camera->isGrabbing())
-        stopGrabbing();
+    Q_UNUSED(measuring)
     updateActions();
 }
 
@@ -511,6 +524,13 @@ BandwidthWindow* MainWindow::showBandwidthWindow()
     if (!m_bandwidthWindow) {
         m_bandwidthWindow = new BandwidthWindow(this);
         m_bandwidthWindow->setUnattended(m_unattended);
+        connect(m_bandwidthWindow.data(), &BandwidthWindow::aboutToStartMeasuring, this, [this] {
+            // The live view and the measurement cannot share the device's stream.
+            if (m_camera && m_camera->isGrabbing()) {
+                stopGrabbing();
+                statusBar()->showMessage(tr("Live view stopped: the bandwidth manager measures the cameras."), 10000);
+            }
+        });
         connect(m_bandwidthWindow.data(), &BandwidthWindow::measuringChanged, this,
                 &MainWindow::onBandwidthMeasuringChanged);
         if (m_camera)

@@ -78,6 +78,7 @@ private:
     void saveSettings();
     void tearDownCamera(bool removed);
     void replaceFeatureTree();
+    void rememberFeatureTreeSettings();
     void showMessage(const QString& title, const QString& text, bool warning);
 
     DeviceTreeWidget* m_deviceTree;    // owned (child)

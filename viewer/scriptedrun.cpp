@@ -84,6 +84,12 @@ void ScriptedRun::step()
             return;
         if (m_options.grabCount == 0 && m_stageClock.elapsed() < ContinuousSettleMs)
             return;
+        // The main window is pictured while it grabs; the measurement stops the live view.
+        if (!m_options.screenshotFile.isEmpty()) {
+            m_mainShotWritten = true;
+            if (!writeScreenshot(m_window, m_options.screenshotFile))
+                m_shotFailed = true;
+        }
         if (m_options.bandwidth) {
             BandwidthWindow* bandwidth = m_window->showBandwidthWindow();
             bandwidth->checkAllCameras();
@@ -128,21 +134,25 @@ void ScriptedRun::finish(bool complete)
     QCoreApplication::exit(m_exitCode);
 }
 
+bool ScriptedRun::writeScreenshot(QWidget* widget, const QString& file)
+{
+    QDir().mkpath(QFileInfo(file).absolutePath());
+    if (widget->grab().save(file)) {
+        std::printf("vorloviewer: screenshot written to %s\n", qPrintable(file));
+        std::fflush(stdout);
+        return true;
+    }
+    std::fprintf(stderr, "vorloviewer: cannot write %s\n", qPrintable(file));
+    return false;
+}
+
 bool ScriptedRun::writeScreenshots()
 {
-    bool ok = true;
-    auto save = [&ok](QWidget* widget, const QString& file) {
-        QDir().mkpath(QFileInfo(file).absolutePath());
-        if (widget->grab().save(file)) {
-            std::printf("vorloviewer: screenshot written to %s\n", qPrintable(file));
-        } else {
-            std::fprintf(stderr, "vorloviewer: cannot write %s\n", qPrintable(file));
-            ok = false;
-        }
-    };
-    save(m_window, m_options.screenshotFile);
+    bool ok = !m_shotFailed;
+    if (!m_mainShotWritten)
+        ok = writeScreenshot(m_window, m_options.screenshotFile) && ok;
     if (BandwidthWindow* bandwidth = m_window->bandwidthWindow())
-        save(bandwidth, withSuffix(m_options.screenshotFile, QStringLiteral("-bandwidth")));
+        ok = writeScreenshot(bandwidth, withSuffix(m_options.screenshotFile, QStringLiteral("-bandwidth"))) && ok;
     return ok;
 }
 

@@ -10,6 +10,7 @@
 
 class MainWindow;
 class QTimer;
+class QWidget;
 
 struct ScriptOptions
 {
@@ -49,6 +50,7 @@ private:
     };
 
     void finish(bool complete);
+    bool writeScreenshot(QWidget* widget, const QString& file);
     bool writeScreenshots();
     void printReport(bool complete) const;
 
@@ -58,5 +60,7 @@ private:
     Stage m_stage = Stage::Opening;
     QElapsedTimer m_stageClock;
     bool m_finished = false;
+    bool m_mainShotWritten = false;
+    bool m_shotFailed = false;
     int m_exitCode = 0;
 };
