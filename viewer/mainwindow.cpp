@@ -79,12 +79,30 @@ QString macText(GenApi::INodeMap* nodeMap)
 }
 
 // Writes one address feature; returns false when the camera has no writable feature of that name.
+// The feature tree's filter shows the persistent addresses read-only, so that they change only
+// through this dialog: the imposed mode is lifted for the write and put back afterwards.
 bool writeAddress(GenApi::INodeMap* nodeMap, const char* name, const QString& text)
 {
-    auto* node = findNode<GenApi::IInteger>(nodeMap, name);
-    if (!GenApi::IsWritable(node))
+    auto* value = findNode<GenApi::IInteger>(nodeMap, name);
+    auto* node = dynamic_cast<GenApi::INode*>(value);
+    if (!value || !node)
         return false;
-    node->SetValue(static_cast<int64_t>(QHostAddress(text).toIPv4Address()), true);
+    const bool imposed = !GenApi::IsWritable(value);
+    if (imposed)
+        node->ImposeAccessMode(GenApi::RW);
+    struct Restore
+    {
+        GenApi::INode* node;
+        bool active;
+        ~Restore()
+        {
+            if (active)
+                node->ImposeAccessMode(GenApi::RO);
+        }
+    } restore{node, imposed};
+    if (!GenApi::IsWritable(value))
+        return false;
+    value->SetValue(static_cast<int64_t>(QHostAddress(text).toIPv4Address()), true);
     return true;
 }
 

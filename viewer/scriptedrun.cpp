@@ -72,6 +72,8 @@ void ScriptedRun::step()
     case Stage::Opening:
         if (!m_window->camera())
             return;
+        if (!m_options.screenshotFile.isEmpty())
+            showSampleFeature();
         if (m_options.grabCount == 0)
             m_window->startContinuous();
         else if (m_options.grabCount > 0)
@@ -111,6 +113,26 @@ void ScriptedRun::step()
             m_poll->stop();
         return;
     }
+}
+
+// For the picture: a category open and one feature current, so that the description pane shows
+// what it is for.
+void ScriptedRun::showSampleFeature()
+{
+    QTreeView* view = m_window->featureTree()->treeView();
+    QAbstractItemModel* model = view->model();
+    if (!model)
+        return;
+    const QModelIndexList categories = model->match(model->index(0, 0), Qt::DisplayRole,
+                                                    QStringLiteral("ImageFormatControl"), 1,
+                                                    Qt::MatchExactly | Qt::MatchRecursive);
+    if (categories.isEmpty())
+        return;
+    view->expand(categories.first());
+    const QModelIndexList features = model->match(model->index(0, 0, categories.first()), Qt::DisplayRole,
+                                                  QStringLiteral("Width"), 1, Qt::MatchStartsWith);
+    if (!features.isEmpty())
+        view->setCurrentIndex(features.first());
 }
 
 void ScriptedRun::timeLimitReached()

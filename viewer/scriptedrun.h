@@ -50,6 +50,7 @@ private:
     };
 
     void finish(bool complete);
+    void showSampleFeature();
     bool writeScreenshot(QWidget* widget, const QString& file);
     bool writeScreenshots();
     void printReport(bool complete) const;

@@ -12,9 +12,12 @@
 #include <VorloQtWidgets/bandwidthtreewidget.h>
 #include <VorloQtWidgets/devicetreewidget.h>
 #include <VorloQtWidgets/featuretreewidget.h>
+#include <VorloQtWidgets/ipaddresswidget.h>
 
 #include <QAbstractProxyModel>
 #include <QAction>
+#include <QHostAddress>
+#include <QStatusBar>
 #include <QImage>
 #include <QMap>
 #include <QProcess>
@@ -105,6 +108,8 @@ private slots:
     void deviceRemovedWhileOpenClosesViewWithMessage();
     void bandwidthWindowMeasuresOpenCameraAsManagedDevice();
     void settingsRememberLastDeviceAndUserLevel();
+    void ipConfigurationWritesPersistentAddress();
+    void ipConfigurationWithoutGigECameraOnlyTells();
     void imageConversion_data();
     void imageConversion();
 
@@ -316,6 +321,42 @@ void tst_Viewer::settingsRememberLastDeviceAndUserLevel()
     again.setUnattended(true);
     QTRY_VERIFY_WITH_TIMEOUT(again.camera(), 30000);
     QVERIFY(again.openDeviceName().contains(QLatin1String("EMU-0001")));
+}
+
+void tst_Viewer::ipConfigurationWritesPersistentAddress()
+{
+    MainWindow w;
+    w.setUnattended(true);
+    w.openWhenFound(QStringLiteral("*EMU-0001*"));
+    QTRY_VERIFY_WITH_TIMEOUT(w.camera(), 30000);
+    QVERIFY(w.findChild<QAction*>(QStringLiteral("actionIpConfiguration"))->isEnabled());
+    w.showIpConfiguration();
+    auto* dialog = w.findChild<IpAddressWidget*>();
+    QVERIFY(dialog);
+    QVERIFY(dialog->isVisible());
+    QVERIFY(!dialog->ipAddress().isEmpty());
+    dialog->setIpAddress(QStringLiteral("192.168.7.42"));
+    dialog->setSubnetMask(QStringLiteral("255.255.255.0"));
+    dialog->setDefaultGateway(QStringLiteral("0.0.0.0"));
+    dialog->accept();
+    auto* node = dynamic_cast<GenApi::IInteger*>(w.camera()->nodeMap()->GetNode("GevPersistentIPAddress"));
+    QVERIFY(node);
+    QCOMPARE(QHostAddress(static_cast<quint32>(node->GetValue(false, false))).toString(),
+             QStringLiteral("192.168.7.42"));
+    QVERIFY(w.statusBar()->currentMessage().startsWith(QLatin1String("Written: GevPersistentIPAddress")));
+    // The feature tree still shows the address read-only.
+    QCOMPARE(node->GetAccessMode(), GenApi::RO);
+}
+
+void tst_Viewer::ipConfigurationWithoutGigECameraOnlyTells()
+{
+    MainWindow w;
+    w.setUnattended(true);
+    w.openWhenFound(QStringLiteral("*EMU-0000*"));
+    QTRY_VERIFY_WITH_TIMEOUT(w.camera(), 30000);
+    QVERIFY(!w.findChild<QAction*>(QStringLiteral("actionIpConfiguration"))->isEnabled());
+    w.showIpConfiguration();
+    QVERIFY(!w.findChild<IpAddressWidget*>());
 }
 
 void tst_Viewer::imageConversion_data()
