@@ -107,6 +107,7 @@ private slots:
     void closeDeviceClearsFeatureTreeAndImage();
     void deviceRemovedWhileOpenClosesViewWithMessage();
     void bandwidthWindowMeasuresOpenCameraAsManagedDevice();
+    void measuringTriggeredCameraIsLoggedWhenUnattended();
     void settingsRememberLastDeviceAndUserLevel();
     void ipConfigurationWritesPersistentAddress();
     void ipConfigurationWithoutGigECameraOnlyTells();
@@ -298,6 +299,25 @@ void tst_Viewer::bandwidthWindowMeasuresOpenCameraAsManagedDevice()
     QCOMPARE(tree->countEnabledCameras(), 1);
     bandwidth->stopMeasuring();
     QVERIFY(!bandwidth->isMeasuring());
+}
+
+void tst_Viewer::measuringTriggeredCameraIsLoggedWhenUnattended()
+{
+    MainWindow w;
+    w.setUnattended(true);
+    w.openWhenFound(QStringLiteral("*EMU-0000*"));
+    QTRY_VERIFY_WITH_TIMEOUT(w.camera(), 30000);
+    auto* triggerMode = dynamic_cast<GenApi::IValue*>(w.camera()->nodeMap()->GetNode("TriggerMode"));
+    QVERIFY(triggerMode);
+    triggerMode->FromString("On", true);
+    BandwidthWindow* bandwidth = w.showBandwidthWindow();
+    bandwidth->checkAllCameras();
+    QVERIFY(bandwidth->startMeasuring());
+    const QStringList log = bandwidth->logLines();
+    QVERIFY2(log.size() == 1 && log.first().contains(QLatin1String("EMU-0000")), qPrintable(log.join(QLatin1Char('\n'))));
+    QVERIFY(log.first().startsWith(QLatin1String("Measuring triggered cameras")));
+    bandwidth->stopMeasuring();
+    triggerMode->FromString("Off", true);
 }
 
 void tst_Viewer::settingsRememberLastDeviceAndUserLevel()
