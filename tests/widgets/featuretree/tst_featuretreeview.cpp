@@ -22,7 +22,7 @@ using namespace FeatureTreeTest;
 namespace {
 
 // Reaches the protected parts of the view that a test looks at.
-class InspectableView : public FeatureTreeView
+class ProbedView : public FeatureTreeView
 {
 public:
     using FeatureTreeView::FeatureTreeView;
@@ -41,7 +41,7 @@ struct ViewFixture
     // Only one model watch may live at a time; a second fixture shares the first one's.
     explicit ViewFixture(bool addCamera = true, ModelWatch* sharedWatch = nullptr)
         : camera(editorsDescription())
-        , view(new InspectableView)
+        , view(new ProbedView)
         , watch(sharedWatch ? nullptr : new ModelWatch(modelDepartures()))
     {
         proxy = qobject_cast<FeatureTreeProxyModel*>(view->model());
@@ -89,7 +89,7 @@ struct ViewFixture
 
     VorloQtBase::ExceptionRecorder recorder;
     TestCamera camera;
-    InspectableView* view;
+    ProbedView* view;
     FeatureTreeProxyModel* proxy = nullptr;
     FeatureTreeModel* source = nullptr;
     std::unique_ptr<ModelWatch> watch;
