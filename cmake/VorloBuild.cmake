@@ -52,4 +52,12 @@ function(vorlo_add_test name)
   if(ARG_LABELS)
     set_tests_properties(${name} PROPERTIES LABELS "${ARG_LABELS}")
   endif()
+  # Tests that discover cameras or serve a fake GigE Vision camera on loopback never run at
+  # the same time: one test's fake camera would otherwise show up in another's discovery.
+  foreach(_label vorlo gige devicetree bandwidth viewer)
+    if(_label IN_LIST ARG_LABELS)
+      set_tests_properties(${name} PROPERTIES RESOURCE_LOCK network-cameras)
+      break()
+    endif()
+  endforeach()
 endfunction()
