@@ -50,6 +50,8 @@ private slots:
     void structRegExpandsToBitFields();
     void registerAddressSumAndIndex();
     void integerIndexedValues();
+    void floatIndexedValuesAndCopies();
+    void valueNodeWithoutValueIsRejected();
     void integerToStringByRepresentation_data();
     void integerToStringByRepresentation();
     void fromStringUnparsableRaisesInvalidArgument();
@@ -656,6 +658,68 @@ void tst_NodeMap::integerIndexedValues()
     QCOMPARE(t->GetValue(), int64_t(10));
     sel->SetValue(1);
     QCOMPARE(t->GetValue(), int64_t(21));
+}
+
+void tst_NodeMap::floatIndexedValuesAndCopies()
+{
+    CNodeMapRef map;
+    map._LoadXMLFromString(describe("<Integer Name=\"Sel\"><Value>0</Value></Integer>"
+                                    "<Float Name=\"Other\"><Value>9.5</Value></Float>"
+                                    "<Float Name=\"Fallback\"><Value>-1.5</Value></Float>"
+                                    "<Float Name=\"Copy\"><Value>0</Value></Float>"
+                                    "<Float Name=\"T\"><pIndex>Sel</pIndex>"
+                                    "<ValueIndexed Index=\"0\">1.25</ValueIndexed>"
+                                    "<pValueIndexed Index=\"2\">Other</pValueIndexed>"
+                                    "<pValueDefault>Fallback</pValueDefault>"
+                                    "<pValueCopy>Copy</pValueCopy></Float>")
+                               .constData());
+    CIntegerPtr sel = map._GetNode("Sel");
+    CFloatPtr t = map._GetNode("T");
+    CFloatPtr other = map._GetNode("Other");
+    CFloatPtr fallback = map._GetNode("Fallback");
+    CFloatPtr copy = map._GetNode("Copy");
+    QCOMPARE(t->GetValue(), 1.25);
+    sel->SetValue(2);
+    QCOMPARE(t->GetValue(), 9.5);
+    t->SetValue(3.5);
+    QCOMPARE(other->GetValue(), 3.5);
+    QCOMPARE(copy->GetValue(), 3.5);
+    sel->SetValue(7);
+    QCOMPARE(t->GetValue(), -1.5);
+    t->SetValue(4.75);
+    QCOMPARE(fallback->GetValue(), 4.75);
+    QCOMPARE(copy->GetValue(), 4.75);
+    sel->SetValue(0);
+    t->SetValue(0.5);
+    QCOMPARE(t->GetValue(), 0.5);
+    QCOMPARE(other->GetValue(), 3.5);
+    QCOMPARE(fallback->GetValue(), 4.75);
+}
+
+void tst_NodeMap::valueNodeWithoutValueIsRejected()
+{
+    CNodeMapRef ints;
+    try
+    {
+        ints._LoadXMLFromString(describe("<Integer Name=\"Empty\"><Min>0</Min></Integer>").constData());
+        QFAIL("an Integer without a value loaded");
+    }
+    catch (const GenICam::RuntimeException& e)
+    {
+        QVERIFY2(QByteArray(e.GetDescription()).contains("'Empty': an Integer needs Value, pValue or pIndex"),
+                 e.GetDescription());
+    }
+    CNodeMapRef floats;
+    try
+    {
+        floats._LoadXMLFromString(describe("<Float Name=\"Empty\"><Min>0</Min></Float>").constData());
+        QFAIL("a Float without a value loaded");
+    }
+    catch (const GenICam::RuntimeException& e)
+    {
+        QVERIFY2(QByteArray(e.GetDescription()).contains("'Empty': a Float needs Value, pValue or pIndex"),
+                 e.GetDescription());
+    }
 }
 
 void tst_NodeMap::integerToStringByRepresentation_data()

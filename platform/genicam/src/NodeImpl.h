@@ -5,6 +5,7 @@
 #include <GenApi/GenApi.h>
 
 #include "Formula.h"
+#include "ValueText.h"
 
 #include <memory>
 #include <string>
@@ -358,33 +359,136 @@ namespace GenApi
         int64_t m_Cache = 0;
     };
 
-    //! Integer: a floating value, a pValue, or an indexed table
-    class CIntegerNode : public CIntegerBase
+    //! What differs between an integer and a float value node: how their numbers are read from
+    //! the description and how they reach another node.
+    template <class T>
+    struct ValueNodeTraits;
+    template <>
+    struct ValueNodeTraits<int64_t>
     {
+        static constexpr const char* Kind = "an Integer";
+        static int64_t Parse(std::string_view Text) { return detail::IntegerFromString(Text, PureNumber); }
+        static int64_t Property(const CNodeImpl* pNode, const char* Name) { return pNode->PropertyInt(Name, 0); }
+        static int64_t Get(CNodeImpl* pNode, bool Verify, bool IgnoreCache) { return pNode->InternalGetInt(Verify, IgnoreCache); }
+        static void Set(CNodeImpl* pNode, int64_t Value, bool Verify) { pNode->InternalSetInt(Value, Verify); }
+    };
+    template <>
+    struct ValueNodeTraits<double>
+    {
+        static constexpr const char* Kind = "a Float";
+        static double Parse(std::string_view Text) { return detail::FloatFromString(Text); }
+        static double Property(const CNodeImpl* pNode, const char* Name) { return pNode->PropertyFloat(Name, 0); }
+        static double Get(CNodeImpl* pNode, bool Verify, bool IgnoreCache) { return pNode->InternalGetFloat(Verify, IgnoreCache); }
+        static void Set(CNodeImpl* pNode, double Value, bool Verify) { pNode->InternalSetFloat(Value, Verify); }
+    };
+
+    //! The value of an Integer or Float node: a floating Value, a pValue, or a table indexed by
+    //! pIndex (ValueIndexed, pValueIndexed, with ValueDefault or pValueDefault), copied to every
+    //! pValueCopy on write.
+    template <class Base, class T>
+    class CValueNode : public Base
+    {
+        using Traits = ValueNodeTraits<T>;
+
     public:
-        explicit CIntegerNode(CNodeMapImpl* pMap) : CIntegerBase(pMap, detail::ENodeKind::Integer) {}
-        void Setup() override;
-        EAccessMode NaturalAccessMode() const override;
+        CValueNode(CNodeMapImpl* pMap, detail::ENodeKind Kind) : Base(pMap, Kind) {}
+
+        void Setup() override
+        {
+            Base::Setup();
+            m_pValue = this->Link("pValue");
+            m_ValueCopies = this->Links("pValueCopy");
+            m_Value = Traits::Property(this, "Value");
+            m_pIndex = this->Link("pIndex");
+            for (const detail::Property* p : this->FindProperties("ValueIndexed"))
+                m_ValueIndexed.emplace_back(detail::IntegerFromString(p->Attribute, PureNumber), Traits::Parse(p->Value));
+            for (const detail::Property* p : this->FindProperties("pValueIndexed"))
+                m_pValueIndexed.emplace_back(detail::IntegerFromString(p->Attribute, PureNumber),
+                                             this->Map()->Resolve(this, "pValueIndexed", p->Value));
+            m_ValueDefault = Traits::Property(this, "ValueDefault");
+            m_pValueDefault = this->Link("pValueDefault");
+            if (!m_pValue && !m_pIndex && !this->HasProperty("Value"))
+                throw RUNTIME_EXCEPTION("Node '%s': %s needs Value, pValue or pIndex", this->Name().c_str(), Traits::Kind);
+        }
+
+        EAccessMode NaturalAccessMode() const override
+        {
+            if (m_pValue)
+                return m_pValue->GetAccessMode();
+            if (m_pIndex && !IsReadable(m_pIndex->GetAccessMode()))
+                return NA;
+            return RW;
+        }
 
     protected:
-        int64_t ReadValue(bool Verify, bool IgnoreCache) override;
-        void WriteValue(int64_t Value, bool Verify) override;
+        T ReadValue(bool Verify, bool IgnoreCache) override
+        {
+            if (m_pValue)
+                return Traits::Get(m_pValue, Verify, IgnoreCache);
+            if (!m_pIndex)
+                return m_Value;
+            const int64_t index = m_pIndex->InternalGetInt(false, IgnoreCache);
+            for (const auto& entry : m_pValueIndexed)
+                if (entry.first == index)
+                    return Traits::Get(entry.second, Verify, IgnoreCache);
+            for (const auto& entry : m_ValueIndexed)
+                if (entry.first == index)
+                    return entry.second;
+            return m_pValueDefault ? Traits::Get(m_pValueDefault, Verify, IgnoreCache) : m_ValueDefault;
+        }
+
+        void WriteValue(T Value, bool Verify) override
+        {
+            if (m_pValue)
+                Traits::Set(m_pValue, Value, Verify);
+            else if (m_pIndex)
+                WriteIndexed(Value, Verify);
+            else
+                m_Value = Value;
+            for (CNodeImpl* p : m_ValueCopies)
+                Traits::Set(p, Value, Verify);
+        }
+
+        CNodeImpl* m_pValue = nullptr;
+        std::vector<CNodeImpl*> m_ValueCopies;
+        T m_Value = 0;
+        CNodeImpl* m_pIndex = nullptr;
+        std::vector<std::pair<int64_t, T>> m_ValueIndexed;
+        std::vector<std::pair<int64_t, CNodeImpl*>> m_pValueIndexed;
+        T m_ValueDefault = 0;
+        CNodeImpl* m_pValueDefault = nullptr;
+
+    private:
+        void WriteIndexed(T Value, bool Verify)
+        {
+            const int64_t index = m_pIndex->InternalGetInt(false, false);
+            for (auto& entry : m_pValueIndexed)
+                if (entry.first == index)
+                    return Traits::Set(entry.second, Value, Verify);
+            for (auto& entry : m_ValueIndexed)
+                if (entry.first == index)
+                {
+                    entry.second = Value;
+                    return;
+                }
+            if (m_pValueDefault)
+                Traits::Set(m_pValueDefault, Value, Verify);
+            else
+                m_ValueDefault = Value;
+        }
+    };
+
+    //! Integer: a floating value, a pValue, or an indexed table
+    class CIntegerNode : public CValueNode<CIntegerBase, int64_t>
+    {
+    public:
+        explicit CIntegerNode(CNodeMapImpl* pMap) : CValueNode(pMap, detail::ENodeKind::Integer) {}
+
+    protected:
         int64_t NaturalMin() override;
         int64_t NaturalMax() override;
         int64_t NaturalInc() override;
         ERepresentation NaturalRepresentation() override;
-
-        //! The node that currently carries the value (pValue or the indexed one), or null
-        CNodeImpl* CurrentTarget(bool IgnoreCache);
-
-        CNodeImpl* m_pValue = nullptr;
-        std::vector<CNodeImpl*> m_ValueCopies;
-        int64_t m_Value = 0;
-        CNodeImpl* m_pIndex = nullptr;
-        std::vector<std::pair<int64_t, int64_t>> m_ValueIndexed;
-        std::vector<std::pair<int64_t, CNodeImpl*>> m_pValueIndexed;
-        int64_t m_ValueDefault = 0;
-        CNodeImpl* m_pValueDefault = nullptr;
     };
 
     //! Address, length, port and access of a register
@@ -598,32 +702,18 @@ namespace GenApi
     };
 
     //! Float: a floating value, a pValue, or an indexed table
-    class CFloatNode : public CFloatBase
+    class CFloatNode : public CValueNode<CFloatBase, double>
     {
     public:
-        explicit CFloatNode(CNodeMapImpl* pMap) : CFloatBase(pMap, detail::ENodeKind::Float) {}
-        void Setup() override;
-        EAccessMode NaturalAccessMode() const override;
+        explicit CFloatNode(CNodeMapImpl* pMap) : CValueNode(pMap, detail::ENodeKind::Float) {}
 
     protected:
-        double ReadValue(bool Verify, bool IgnoreCache) override;
-        void WriteValue(double Value, bool Verify) override;
         double NaturalMin() override;
         double NaturalMax() override;
         bool NaturalHasInc() override;
         double NaturalInc() override;
         ERepresentation NaturalRepresentation() override;
         std::string NaturalUnit() const override;
-        CNodeImpl* CurrentTarget(bool IgnoreCache);
-
-        CNodeImpl* m_pValue = nullptr;
-        std::vector<CNodeImpl*> m_ValueCopies;
-        double m_Value = 0;
-        CNodeImpl* m_pIndex = nullptr;
-        std::vector<std::pair<int64_t, double>> m_ValueIndexed;
-        std::vector<std::pair<int64_t, CNodeImpl*>> m_pValueIndexed;
-        double m_ValueDefault = 0;
-        CNodeImpl* m_pValueDefault = nullptr;
     };
 
     //! FloatReg: an IEEE 754 float of 4 or 8 bytes in a register
