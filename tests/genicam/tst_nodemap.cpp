@@ -6,6 +6,8 @@
 
 #include <QtTest>
 
+#include <cfloat>
+
 #include <zip.h>
 
 using namespace GenApi;
@@ -882,6 +884,8 @@ void tst_NodeMap::converterBothDirectionsAndRange_data()
                                                  << QByteArray("(1000 - TO) / 10") << 0.0 << 99.0;
     QTest::newRow("Automatic takes smaller and larger") << QByteArray("Automatic") << QByteArray("1000 - FROM * 10")
                                                         << QByteArray("(1000 - TO) / 10") << 0.0 << 99.0;
+    QTest::newRow("Varying reports the whole range") << QByteArray("Varying") << QByteArray("FROM * 10")
+                                                     << QByteArray("TO / 10") << -DBL_MAX << DBL_MAX;
 }
 
 void tst_NodeMap::converterBothDirectionsAndRange()

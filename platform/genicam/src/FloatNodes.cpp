@@ -420,19 +420,8 @@ namespace GenApi
     void CConverterNode::Setup()
     {
         CFloatBase::Setup();
-        m_pValue = Link("pValue");
-        if (!m_pValue)
-            throw RUNTIME_EXCEPTION("Node '%s': a Converter needs pValue", m_Name.c_str());
-        SetupFormulaSet(this, m_Set, true, nullptr);
-        const detail::Property* to = FindProperty("FormulaTo");
-        const detail::Property* from = FindProperty("FormulaFrom");
-        if (!to || !from)
-            throw RUNTIME_EXCEPTION("Node '%s': a Converter needs FormulaTo and FormulaFrom", m_Name.c_str());
-        CompileFormula(this, m_Set, m_FormulaTo, std::string(to->Value), detail::EFormulaMode::Float, "FROM");
-        CompileFormula(this, m_Set, m_FormulaFrom, std::string(from->Value), detail::EFormulaMode::Float, "TO");
-        const std::string slope = PropertyText("Slope", "Automatic");
-        m_Slope = slope == "Increasing" ? Increasing : slope == "Decreasing" ? Decreasing
-                : slope == "Varying" ? Varying : Automatic;
+        SetupConverter(this, "a Converter", detail::EFormulaMode::Float, m_pValue, m_Set, m_FormulaTo,
+                       m_FormulaFrom, m_Slope);
     }
 
     EAccessMode CConverterNode::NaturalAccessMode() const { return m_pValue->GetAccessMode(); }
@@ -455,30 +444,15 @@ namespace GenApi
         m_pValue->InternalSetFloat(raw, Verify);
     }
 
-    double CConverterNode::NaturalMin()
-    {
-        if (m_Slope == Varying)
-            return -DBL_MAX;
-        const double a = From(m_pValue->InternalGetFloatMin(), false);
-        const double b = From(m_pValue->InternalGetFloatMax(), false);
-        if (m_Slope == Increasing)
-            return a;
-        if (m_Slope == Decreasing)
-            return b;
-        return std::min(a, b);
-    }
+    double CConverterNode::NaturalMin() { return NaturalBound(false); }
+    double CConverterNode::NaturalMax() { return NaturalBound(true); }
 
-    double CConverterNode::NaturalMax()
+    double CConverterNode::NaturalBound(bool Upper)
     {
         if (m_Slope == Varying)
-            return DBL_MAX;
-        const double a = From(m_pValue->InternalGetFloatMin(), false);
-        const double b = From(m_pValue->InternalGetFloatMax(), false);
-        if (m_Slope == Increasing)
-            return b;
-        if (m_Slope == Decreasing)
-            return a;
-        return std::max(a, b);
+            return Upper ? DBL_MAX : -DBL_MAX;
+        return ConvertedBound<double>(m_Slope, Upper, From(m_pValue->InternalGetFloatMin(), false),
+                                      From(m_pValue->InternalGetFloatMax(), false));
     }
 
     ERepresentation CConverterNode::NaturalRepresentation() { return m_pValue->InternalGetRepresentation(); }

@@ -763,14 +763,15 @@ namespace GenApi
         // Expressions first (they may use variables and constants, not each other)
         if (Set.Expressions.empty())
         {
-            for (const detail::Property* p : pNode->FindProperties("Expression"))
+            const std::vector<const detail::Property*> expressions = pNode->FindProperties("Expression");
+            for (const detail::Property* p : expressions)
             {
                 Set.ExpressionNames.push_back(std::string(p->Attribute));
                 Set.Expressions.emplace_back();
             }
             for (size_t i = 0; i < Set.Expressions.size(); ++i)
             {
-                const detail::Property* p = pNode->FindProperties("Expression")[i];
+                const detail::Property* p = expressions[i];
                 Set.Expressions[i].Compile(
                     std::string(p->Value), Mode,
                     [&](const std::string& symbol) { return ResolveSymbol(pNode, Set, symbol, DirectionName, false); },
@@ -781,6 +782,25 @@ namespace GenApi
             Text, Mode,
             [&](const std::string& symbol) { return ResolveSymbol(pNode, Set, symbol, DirectionName, true); },
             pNode->Name());
+    }
+
+    void SetupConverter(CNodeImpl* pNode, const char* Kind, detail::EFormulaMode Mode, CNodeImpl*& pValue,
+                        detail::FormulaSet& Set, detail::CFormula& FormulaTo, detail::CFormula& FormulaFrom,
+                        ESlope& Slope)
+    {
+        pValue = pNode->Link("pValue");
+        if (!pValue)
+            throw RUNTIME_EXCEPTION("Node '%s': %s needs pValue", pNode->Name().c_str(), Kind);
+        SetupFormulaSet(pNode, Set, true, nullptr);
+        const detail::Property* to = pNode->FindProperty("FormulaTo");
+        const detail::Property* from = pNode->FindProperty("FormulaFrom");
+        if (!to || !from)
+            throw RUNTIME_EXCEPTION("Node '%s': %s needs FormulaTo and FormulaFrom", pNode->Name().c_str(), Kind);
+        CompileFormula(pNode, Set, FormulaTo, std::string(to->Value), Mode, "FROM");
+        CompileFormula(pNode, Set, FormulaFrom, std::string(from->Value), Mode, "TO");
+        const std::string slope = pNode->PropertyText("Slope", "Automatic");
+        Slope = slope == "Increasing" ? Increasing : slope == "Decreasing" ? Decreasing
+              : slope == "Varying" ? Varying : Automatic;
     }
 
     // ================================================================ CIntSwissKnifeNode
@@ -813,19 +833,8 @@ namespace GenApi
     void CIntConverterNode::Setup()
     {
         CIntegerBase::Setup();
-        m_pValue = Link("pValue");
-        if (!m_pValue)
-            throw RUNTIME_EXCEPTION("Node '%s': an IntConverter needs pValue", m_Name.c_str());
-        SetupFormulaSet(this, m_Set, true, nullptr);
-        const detail::Property* to = FindProperty("FormulaTo");
-        const detail::Property* from = FindProperty("FormulaFrom");
-        if (!to || !from)
-            throw RUNTIME_EXCEPTION("Node '%s': an IntConverter needs FormulaTo and FormulaFrom", m_Name.c_str());
-        CompileFormula(this, m_Set, m_FormulaTo, std::string(to->Value), detail::EFormulaMode::Integer, "FROM");
-        CompileFormula(this, m_Set, m_FormulaFrom, std::string(from->Value), detail::EFormulaMode::Integer, "TO");
-        const std::string slope = PropertyText("Slope", "Automatic");
-        m_Slope = slope == "Increasing" ? Increasing : slope == "Decreasing" ? Decreasing
-                : slope == "Varying" ? Varying : Automatic;
+        SetupConverter(this, "an IntConverter", detail::EFormulaMode::Integer, m_pValue, m_Set, m_FormulaTo,
+                       m_FormulaFrom, m_Slope);
     }
 
     EAccessMode CIntConverterNode::NaturalAccessMode() const { return m_pValue->GetAccessMode(); }
@@ -847,30 +856,15 @@ namespace GenApi
         m_pValue->InternalSetInt(m_FormulaTo.EvaluateInt(source), Verify);
     }
 
-    int64_t CIntConverterNode::NaturalMin()
-    {
-        if (m_Slope == Varying)
-            return INT64_MIN;
-        const int64_t a = From(m_pValue->InternalGetIntMin(), false);
-        const int64_t b = From(m_pValue->InternalGetIntMax(), false);
-        if (m_Slope == Increasing)
-            return a;
-        if (m_Slope == Decreasing)
-            return b;
-        return std::min(a, b);
-    }
+    int64_t CIntConverterNode::NaturalMin() { return NaturalBound(false); }
+    int64_t CIntConverterNode::NaturalMax() { return NaturalBound(true); }
 
-    int64_t CIntConverterNode::NaturalMax()
+    int64_t CIntConverterNode::NaturalBound(bool Upper)
     {
         if (m_Slope == Varying)
-            return INT64_MAX;
-        const int64_t a = From(m_pValue->InternalGetIntMin(), false);
-        const int64_t b = From(m_pValue->InternalGetIntMax(), false);
-        if (m_Slope == Increasing)
-            return b;
-        if (m_Slope == Decreasing)
-            return a;
-        return std::max(a, b);
+            return Upper ? INT64_MAX : INT64_MIN;
+        return ConvertedBound<int64_t>(m_Slope, Upper, From(m_pValue->InternalGetIntMin(), false),
+                                       From(m_pValue->InternalGetIntMax(), false));
     }
 
     ERepresentation CIntConverterNode::NaturalRepresentation() { return m_pValue->InternalGetRepresentation(); }

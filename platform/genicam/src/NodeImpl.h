@@ -7,6 +7,7 @@
 #include "Formula.h"
 #include "ValueText.h"
 
+#include <algorithm>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -579,6 +580,25 @@ namespace GenApi
     void CompileFormula(CNodeImpl* pNode, detail::FormulaSet& Set, detail::CFormula& Formula, const std::string& Text,
                         detail::EFormulaMode Mode, const char* DirectionName);
 
+    //! Reads what a Converter or IntConverter needs: pValue, its formula set, FormulaTo (over FROM),
+    //! FormulaFrom (over TO) and Slope. Kind names the node type in load errors.
+    void SetupConverter(CNodeImpl* pNode, const char* Kind, detail::EFormulaMode Mode, CNodeImpl*& pValue,
+                        detail::FormulaSet& Set, detail::CFormula& FormulaTo, detail::CFormula& FormulaFrom,
+                        ESlope& Slope);
+
+    //! A bound of a converter's user-domain range, from its target's bounds taken through
+    //! FormulaFrom (FromMin, FromMax): as they are when Increasing, swapped when Decreasing, the
+    //! smaller and larger of the two when Automatic. Varying is the caller's: the whole range.
+    template <class T>
+    T ConvertedBound(ESlope Slope, bool Upper, T FromMin, T FromMax)
+    {
+        if (Slope == Increasing)
+            return Upper ? FromMax : FromMin;
+        if (Slope == Decreasing)
+            return Upper ? FromMin : FromMax;
+        return Upper ? std::max(FromMin, FromMax) : std::min(FromMin, FromMax);
+    }
+
     //! IntSwissKnife: a read-only integer formula
     class CIntSwissKnifeNode : public CIntegerBase
     {
@@ -614,6 +634,7 @@ namespace GenApi
         ERepresentation NaturalRepresentation() override;
         bool CacheWrittenValue() const override { return false; }
         int64_t From(int64_t To, bool IgnoreCache);
+        int64_t NaturalBound(bool Upper);
 
         CNodeImpl* m_pValue = nullptr;
         detail::FormulaSet m_Set;
@@ -769,6 +790,7 @@ namespace GenApi
         int64_t NaturalDisplayPrecision() const override;
         bool CacheWrittenValue() const override { return false; }
         double From(double To, bool IgnoreCache);
+        double NaturalBound(bool Upper);
 
         CNodeImpl* m_pValue = nullptr;
         detail::FormulaSet m_Set;
