@@ -61,7 +61,7 @@ namespace GenApi
         if (const detail::Property* p = FindProperty("ValidValueSet"))
         {
             std::string cur;
-            for (char c : std::string(p->Value) + ";")
+            for (char c : std::string(p->Value()) + ";")
             {
                 if (c == ';' || c == ',')
                 {
@@ -75,7 +75,8 @@ namespace GenApi
         }
         m_Representation = ParseRepresentationText(PropertyText("Representation"));
         m_HasUnit = HasProperty("Unit");
-        m_Unit = PropertyText("Unit");
+        if (const detail::Property* p = FindProperty("Unit"))
+            m_Unit = p->Text;
         m_DisplayNotation = ParseNotation(PropertyText("DisplayNotation"));
         m_DisplayPrecision = PropertyInt("DisplayPrecision", -1);
     }
@@ -132,22 +133,22 @@ namespace GenApi
     void CFloatBase::CheckRange(double Value)
     {
         if (std::isnan(Value))
-            throw OUT_OF_RANGE_EXCEPTION("Node '%s': value is not a number", m_Name.c_str());
+            throw OUT_OF_RANGE_EXCEPTION("Node '%s': value is not a number", m_Name);
         const double min = GetMin();
         const double max = GetMax();
         if (Value < min)
             throw OUT_OF_RANGE_EXCEPTION("Node '%s': value %.17g must be equal or greater than Min = %.17g",
-                                         m_Name.c_str(), Value, min);
+                                         m_Name, Value, min);
         if (Value > max)
             throw OUT_OF_RANGE_EXCEPTION("Node '%s': value %.17g must be equal or smaller than Max = %.17g",
-                                         m_Name.c_str(), Value, max);
+                                         m_Name, Value, max);
     }
 
     double CFloatBase::GetMin()
     {
         COperation op(m_pMap);
         if (!IsAvailable(GetAccessMode()))
-            throw ACCESS_EXCEPTION("Node '%s' is not available, so it has no minimum", m_Name.c_str());
+            throw ACCESS_EXCEPTION("Node '%s' is not available, so it has no minimum", m_Name);
         CEvalGuard guard(this, aspMin);
         double min;
         if (m_pMin)
@@ -163,7 +164,7 @@ namespace GenApi
     {
         COperation op(m_pMap);
         if (!IsAvailable(GetAccessMode()))
-            throw ACCESS_EXCEPTION("Node '%s' is not available, so it has no maximum", m_Name.c_str());
+            throw ACCESS_EXCEPTION("Node '%s' is not available, so it has no maximum", m_Name);
         CEvalGuard guard(this, aspMax);
         double max;
         if (m_pMax)
@@ -193,9 +194,9 @@ namespace GenApi
     {
         COperation op(m_pMap);
         if (!IsAvailable(GetAccessMode()))
-            throw ACCESS_EXCEPTION("Node '%s' is not available, so it has no increment", m_Name.c_str());
+            throw ACCESS_EXCEPTION("Node '%s' is not available, so it has no increment", m_Name);
         if (!HasInc())
-            throw ACCESS_EXCEPTION("Node '%s' has no increment", m_Name.c_str());
+            throw ACCESS_EXCEPTION("Node '%s' has no increment", m_Name);
         CEvalGuard guard(this, aspInc);
         if (m_pInc)
             return m_pInc->InternalGetFloat(false, false);
@@ -234,7 +235,7 @@ namespace GenApi
         return InternalGetUnit();
     }
 
-    std::string CFloatBase::InternalGetUnit() const { return m_HasUnit ? m_Unit : NaturalUnit(); }
+    std::string CFloatBase::InternalGetUnit() const { return m_HasUnit ? std::string(m_Unit) : NaturalUnit(); }
 
     EDisplayNotation CFloatBase::GetDisplayNotation() const
     {
@@ -341,7 +342,7 @@ namespace GenApi
     {
         const int64_t length = m_Reg.GetLength();
         if (length != 4 && length != 8)
-            throw RUNTIME_EXCEPTION("Node '%s': a float register must be 4 or 8 bytes long, not %lld", m_Name.c_str(),
+            throw RUNTIME_EXCEPTION("Node '%s': a float register must be 4 or 8 bytes long, not %lld", m_Name,
                                     static_cast<long long>(length));
         uint8_t bytes[8] = {};
         m_Reg.Read(this, bytes, length);
@@ -368,7 +369,7 @@ namespace GenApi
     {
         const int64_t length = m_Reg.GetLength();
         if (length != 4 && length != 8)
-            throw RUNTIME_EXCEPTION("Node '%s': a float register must be 4 or 8 bytes long, not %lld", m_Name.c_str(),
+            throw RUNTIME_EXCEPTION("Node '%s': a float register must be 4 or 8 bytes long, not %lld", m_Name,
                                     static_cast<long long>(length));
         uint64_t raw = 0;
         if (length == 4)
@@ -400,8 +401,8 @@ namespace GenApi
         SetupFormulaSet(this, m_Set, false, nullptr);
         const detail::Property* p = FindProperty("Formula");
         if (!p)
-            throw RUNTIME_EXCEPTION("Node '%s': a SwissKnife needs a Formula", m_Name.c_str());
-        CompileFormula(this, m_Set, m_Formula, std::string(p->Value), detail::EFormulaMode::Float, nullptr);
+            throw RUNTIME_EXCEPTION("Node '%s': a SwissKnife needs a Formula", m_Name);
+        CompileFormula(this, m_Set, m_Formula, std::string(p->Value()), detail::EFormulaMode::Float, nullptr);
     }
 
     double CSwissKnifeNode::ReadValue(bool, bool IgnoreCache)
@@ -412,7 +413,7 @@ namespace GenApi
 
     void CSwissKnifeNode::WriteValue(double, bool)
     {
-        throw ACCESS_EXCEPTION("Node '%s' is a SwissKnife and cannot be written", m_Name.c_str());
+        throw ACCESS_EXCEPTION("Node '%s' is a SwissKnife and cannot be written", m_Name);
     }
 
     // ================================================================ CConverterNode

@@ -73,16 +73,17 @@ namespace GenApi
         m_Max = PropertyInt("Max", INT64_MAX);
         m_Inc = PropertyInt("Inc", 1);
         if (m_HasInc && m_Inc <= 0)
-            throw RUNTIME_EXCEPTION("Node '%s': Inc must be positive, not %lld", m_Name.c_str(),
+            throw RUNTIME_EXCEPTION("Node '%s': Inc must be positive, not %lld", m_Name,
                                     static_cast<long long>(m_Inc));
         if (const detail::Property* p = FindProperty("ValidValueSet"))
         {
-            for (const std::string& part : SplitList(p->Value))
+            for (const std::string& part : SplitList(p->Value()))
                 m_ValidValueSet.push_back(detail::IntegerFromString(part, PureNumber));
         }
         m_Representation = ParseRepresentation(PropertyText("Representation"));
         m_HasUnit = HasProperty("Unit");
-        m_Unit = PropertyText("Unit");
+        if (const detail::Property* p = FindProperty("Unit"))
+            m_Unit = p->Text;
     }
 
     int64_t CIntegerBase::NaturalMin() { return INT64_MIN; }
@@ -136,16 +137,16 @@ namespace GenApi
         const int64_t max = GetMax();
         if (Value < min)
             throw OUT_OF_RANGE_EXCEPTION("Node '%s': value %lld must be equal or greater than Min = %lld",
-                                         m_Name.c_str(), static_cast<long long>(Value), static_cast<long long>(min));
+                                         m_Name, static_cast<long long>(Value), static_cast<long long>(min));
         if (Value > max)
             throw OUT_OF_RANGE_EXCEPTION("Node '%s': value %lld must be equal or smaller than Max = %lld",
-                                         m_Name.c_str(), static_cast<long long>(Value), static_cast<long long>(max));
+                                         m_Name, static_cast<long long>(Value), static_cast<long long>(max));
         if (!m_ValidValueSet.empty())
         {
             for (int64_t v : m_ValidValueSet)
                 if (v == Value)
                     return;
-            throw OUT_OF_RANGE_EXCEPTION("Node '%s': value %lld is not in the set of valid values", m_Name.c_str(),
+            throw OUT_OF_RANGE_EXCEPTION("Node '%s': value %lld is not in the set of valid values", m_Name,
                                          static_cast<long long>(Value));
         }
         const int64_t inc = GetInc();
@@ -155,7 +156,7 @@ namespace GenApi
             const uint64_t distance = static_cast<uint64_t>(Value) - static_cast<uint64_t>(min);
             if (distance % static_cast<uint64_t>(inc) != 0)
                 throw OUT_OF_RANGE_EXCEPTION("Node '%s': value %lld is not on the increment grid (Min = %lld, Inc = %lld)",
-                                             m_Name.c_str(), static_cast<long long>(Value),
+                                             m_Name, static_cast<long long>(Value),
                                              static_cast<long long>(min), static_cast<long long>(inc));
         }
     }
@@ -164,7 +165,7 @@ namespace GenApi
     {
         COperation op(m_pMap);
         if (!IsAvailable(GetAccessMode()))
-            throw ACCESS_EXCEPTION("Node '%s' is not available, so it has no minimum", m_Name.c_str());
+            throw ACCESS_EXCEPTION("Node '%s' is not available, so it has no minimum", m_Name);
         CEvalGuard guard(this, aspMin);
         int64_t min;
         if (m_pMin)
@@ -180,7 +181,7 @@ namespace GenApi
     {
         COperation op(m_pMap);
         if (!IsAvailable(GetAccessMode()))
-            throw ACCESS_EXCEPTION("Node '%s' is not available, so it has no maximum", m_Name.c_str());
+            throw ACCESS_EXCEPTION("Node '%s' is not available, so it has no maximum", m_Name);
         CEvalGuard guard(this, aspMax);
         int64_t max;
         if (m_pMax)
@@ -201,7 +202,7 @@ namespace GenApi
     {
         COperation op(m_pMap);
         if (!IsAvailable(GetAccessMode()))
-            throw ACCESS_EXCEPTION("Node '%s' is not available, so it has no increment", m_Name.c_str());
+            throw ACCESS_EXCEPTION("Node '%s' is not available, so it has no increment", m_Name);
         CEvalGuard guard(this, aspInc);
         int64_t inc;
         if (m_pInc)
@@ -243,7 +244,7 @@ namespace GenApi
         return InternalGetUnit();
     }
 
-    std::string CIntegerBase::InternalGetUnit() const { return m_Unit; }
+    std::string CIntegerBase::InternalGetUnit() const { return std::string(m_Unit); }
 
     void CIntegerBase::ImposeMin(int64_t Value)
     {
@@ -318,7 +319,7 @@ namespace GenApi
         //! A port's failure raised again as the same kind of GenICam exception, naming the node
         [[noreturn]] void RethrowNamingNode(CNodeImpl* pNode, const char* Doing)
         {
-            const char* name = pNode->Name().c_str();
+            const char* name = pNode->Name();
             try
             {
                 throw;
@@ -353,7 +354,7 @@ namespace GenApi
     void CRegisterInfo::Setup(CNodeImpl* pNode)
     {
         for (const detail::Property* p : pNode->FindProperties("Address"))
-            m_Addresses.push_back(detail::IntegerFromString(p->Value, PureNumber));
+            m_Address += static_cast<uint64_t>(detail::IntegerFromString(p->Value(), PureNumber));
         m_pAddresses = pNode->Links("pAddress");
         m_pIndex = pNode->Link("pIndex");
         m_HasOffset = pNode->HasProperty("Offset");
@@ -363,8 +364,8 @@ namespace GenApi
         m_pLength = pNode->Link("pLength");
         m_pPort = pNode->Link("pPort");
         if (m_pPort && m_pPort->Kind() != detail::ENodeKind::Port)
-            throw RUNTIME_EXCEPTION("Node '%s': pPort refers to '%s', which is not a Port", pNode->Name().c_str(),
-                                    m_pPort->Name().c_str());
+            throw RUNTIME_EXCEPTION("Node '%s': pPort refers to '%s', which is not a Port", pNode->Name(),
+                                    m_pPort->Name());
         const std::string access = pNode->PropertyText("AccessMode", "RO");
         m_AccessMode = access == "RW" ? RW : access == "WO" ? WO : RO;
         m_Endianess = pNode->PropertyText("Endianess", "LittleEndian") == "BigEndian" ? BigEndian : LittleEndian;
@@ -380,9 +381,7 @@ namespace GenApi
 
     int64_t CRegisterInfo::GetAddress(CNodeImpl*) const
     {
-        uint64_t address = 0;
-        for (int64_t a : m_Addresses)
-            address += static_cast<uint64_t>(a);
+        uint64_t address = m_Address;
         for (CNodeImpl* p : m_pAddresses)
             address += static_cast<uint64_t>(p->InternalGetInt(false, false));
         if (m_pIndex)
@@ -410,7 +409,7 @@ namespace GenApi
     void CRegisterInfo::Read(CNodeImpl* pNode, uint8_t* pBuffer, int64_t Length) const
     {
         if (!m_pPort)
-            throw ACCESS_EXCEPTION("Node '%s' has no port", pNode->Name().c_str());
+            throw ACCESS_EXCEPTION("Node '%s' has no port", pNode->Name());
         const int64_t address = GetAddress(pNode);
         try
         {
@@ -425,7 +424,7 @@ namespace GenApi
     void CRegisterInfo::Write(CNodeImpl* pNode, const uint8_t* pBuffer, int64_t Length) const
     {
         if (!m_pPort)
-            throw ACCESS_EXCEPTION("Node '%s' has no port", pNode->Name().c_str());
+            throw ACCESS_EXCEPTION("Node '%s' has no port", pNode->Name());
         const int64_t address = GetAddress(pNode);
         try
         {
@@ -456,7 +455,7 @@ namespace GenApi
         Length = m_Reg.GetLength();
         if (Length < 1 || Length > 8)
             throw RUNTIME_EXCEPTION("Node '%s': an integer register must be 1 to 8 bytes long, not %lld",
-                                    m_Name.c_str(), static_cast<long long>(Length));
+                                    m_Name, static_cast<long long>(Length));
         uint8_t bytes[8] = {};
         m_Reg.Read(this, bytes, Length);
         uint64_t raw = 0;
@@ -506,7 +505,7 @@ namespace GenApi
         const int64_t length = m_Reg.GetLength();
         if (length < 1 || length > 8)
             throw RUNTIME_EXCEPTION("Node '%s': an integer register must be 1 to 8 bytes long, not %lld",
-                                    m_Name.c_str(), static_cast<long long>(length));
+                                    m_Name, static_cast<long long>(length));
         WriteRaw(static_cast<uint64_t>(Value), length);
     }
 
@@ -546,7 +545,7 @@ namespace GenApi
         }
         if (m_Lsb < 0 || m_Msb < 0 || m_Lsb > 63 || m_Msb > 63)
             throw RUNTIME_EXCEPTION("Node '%s': bit positions LSB = %lld, MSB = %lld are outside 0..63",
-                                    m_Name.c_str(), static_cast<long long>(m_Lsb), static_cast<long long>(m_Msb));
+                                    m_Name, static_cast<long long>(m_Lsb), static_cast<long long>(m_Msb));
     }
 
     void CMaskedIntRegNode::FieldBits(int64_t Length, unsigned& Low, unsigned& Width) const
@@ -563,7 +562,7 @@ namespace GenApi
         const int64_t high = std::max(lsb, msb);
         if (low < 0 || high >= total)
             throw RUNTIME_EXCEPTION("Node '%s': bit field %lld..%lld does not fit a register of %lld bytes",
-                                    m_Name.c_str(), static_cast<long long>(m_Lsb), static_cast<long long>(m_Msb),
+                                    m_Name, static_cast<long long>(m_Lsb), static_cast<long long>(m_Msb),
                                     static_cast<long long>(Length));
         Low = static_cast<unsigned>(low);
         Width = static_cast<unsigned>(high - low + 1);
@@ -590,7 +589,7 @@ namespace GenApi
         const int64_t length = m_Reg.GetLength();
         if (length < 1 || length > 8)
             throw RUNTIME_EXCEPTION("Node '%s': an integer register must be 1 to 8 bytes long, not %lld",
-                                    m_Name.c_str(), static_cast<long long>(length));
+                                    m_Name, static_cast<long long>(length));
         unsigned low = 0, width = 0;
         FieldBits(length, low, width);
         const uint64_t mask = width >= 64 ? ~uint64_t(0) : ((uint64_t(1) << width) - 1);
@@ -711,25 +710,25 @@ namespace GenApi
                         {
                             for (CEnumEntryNode* pEntry : pEnum->m_Entries)
                             {
-                                if (pEntry->m_Symbolic == symbolic)
+                                if (symbolic == pEntry->m_Symbolic)
                                     return AddSlot(Set, {detail::FormulaSlot::Constant, nullptr,
                                                          static_cast<double>(pEntry->m_Value), pEntry->m_Value, -1});
                             }
                         }
                         throw RUNTIME_EXCEPTION("Node '%s': formula symbol '%s' names no entry of '%s'",
-                                                pNode->Name().c_str(), Symbol.c_str(), pVar->Name().c_str());
+                                                pNode->Name(), Symbol.c_str(), pVar->Name());
                     }
                 }
             }
             for (const detail::Property* p : pNode->FindProperties("Constant"))
             {
-                if (p->Attribute == Symbol)
+                if (p->Attribute() == Symbol)
                 {
                     detail::FormulaSlot s{detail::FormulaSlot::Constant, nullptr, 0, 0, -1};
-                    s.FloatConstant = detail::FloatFromString(p->Value);
+                    s.FloatConstant = detail::FloatFromString(p->Value());
                     try
                     {
-                        s.IntConstant = detail::IntegerFromString(p->Value, PureNumber);
+                        s.IntConstant = detail::IntegerFromString(p->Value(), PureNumber);
                     }
                     catch (const GenICam::GenericException&)
                     {
@@ -752,8 +751,8 @@ namespace GenApi
     {
         for (const detail::Property* p : pNode->FindProperties("pVariable"))
         {
-            Set.VariableNames.push_back(std::string(p->Attribute));
-            Set.Variables.push_back(pNode->Map()->Resolve(pNode, "pVariable", p->Value));
+            Set.VariableNames.push_back(std::string(p->Attribute()));
+            Set.Variables.push_back(pNode->Map()->Resolve(pNode, "pVariable", p->Value()));
         }
     }
 
@@ -766,14 +765,14 @@ namespace GenApi
             const std::vector<const detail::Property*> expressions = pNode->FindProperties("Expression");
             for (const detail::Property* p : expressions)
             {
-                Set.ExpressionNames.push_back(std::string(p->Attribute));
+                Set.ExpressionNames.push_back(std::string(p->Attribute()));
                 Set.Expressions.emplace_back();
             }
             for (size_t i = 0; i < Set.Expressions.size(); ++i)
             {
                 const detail::Property* p = expressions[i];
                 Set.Expressions[i].Compile(
-                    std::string(p->Value), Mode,
+                    std::string(p->Value()), Mode,
                     [&](const std::string& symbol) { return ResolveSymbol(pNode, Set, symbol, DirectionName, false); },
                     pNode->Name());
             }
@@ -790,14 +789,14 @@ namespace GenApi
     {
         pValue = pNode->Link("pValue");
         if (!pValue)
-            throw RUNTIME_EXCEPTION("Node '%s': %s needs pValue", pNode->Name().c_str(), Kind);
+            throw RUNTIME_EXCEPTION("Node '%s': %s needs pValue", pNode->Name(), Kind);
         SetupFormulaSet(pNode, Set, true, nullptr);
         const detail::Property* to = pNode->FindProperty("FormulaTo");
         const detail::Property* from = pNode->FindProperty("FormulaFrom");
         if (!to || !from)
-            throw RUNTIME_EXCEPTION("Node '%s': %s needs FormulaTo and FormulaFrom", pNode->Name().c_str(), Kind);
-        CompileFormula(pNode, Set, FormulaTo, std::string(to->Value), Mode, "FROM");
-        CompileFormula(pNode, Set, FormulaFrom, std::string(from->Value), Mode, "TO");
+            throw RUNTIME_EXCEPTION("Node '%s': %s needs FormulaTo and FormulaFrom", pNode->Name(), Kind);
+        CompileFormula(pNode, Set, FormulaTo, std::string(to->Value()), Mode, "FROM");
+        CompileFormula(pNode, Set, FormulaFrom, std::string(from->Value()), Mode, "TO");
         const std::string slope = pNode->PropertyText("Slope", "Automatic");
         Slope = slope == "Increasing" ? Increasing : slope == "Decreasing" ? Decreasing
               : slope == "Varying" ? Varying : Automatic;
@@ -811,8 +810,8 @@ namespace GenApi
         SetupFormulaSet(this, m_Set, false, nullptr);
         const detail::Property* p = FindProperty("Formula");
         if (!p)
-            throw RUNTIME_EXCEPTION("Node '%s': an IntSwissKnife needs a Formula", m_Name.c_str());
-        CompileFormula(this, m_Set, m_Formula, std::string(p->Value), detail::EFormulaMode::Integer, nullptr);
+            throw RUNTIME_EXCEPTION("Node '%s': an IntSwissKnife needs a Formula", m_Name);
+        CompileFormula(this, m_Set, m_Formula, std::string(p->Value()), detail::EFormulaMode::Integer, nullptr);
     }
 
     int64_t CIntSwissKnifeNode::Evaluate(bool IgnoreCache)
@@ -825,7 +824,7 @@ namespace GenApi
 
     void CIntSwissKnifeNode::WriteValue(int64_t, bool)
     {
-        throw ACCESS_EXCEPTION("Node '%s' is an IntSwissKnife and cannot be written", m_Name.c_str());
+        throw ACCESS_EXCEPTION("Node '%s' is an IntSwissKnife and cannot be written", m_Name);
     }
 
     // ================================================================ CIntConverterNode

@@ -24,6 +24,11 @@ namespace GenApi
             }
         }
 
+        void AssignLinks(NodeList_t& Nodes, detail::NodeSpan Links)
+        {
+            Nodes.assign(Links.begin(), Links.end());
+        }
+
         void PushUnique(std::vector<CNodeImpl*>& List, CNodeImpl* p)
         {
             if (std::find(List.begin(), List.end(), p) == List.end())
@@ -46,10 +51,10 @@ namespace GenApi
     CNodeImpl::CEvalGuard::CEvalGuard(const CNodeImpl* pNode, uint8_t Facet) : m_pNode(pNode), m_Facet(Facet)
     {
         if (pNode->m_Evaluating & Facet)
-            throw RUNTIME_EXCEPTION("Node '%s': evaluation cycle, the node depends on itself", pNode->m_Name.c_str());
+            throw RUNTIME_EXCEPTION("Node '%s': evaluation cycle, the node depends on itself", pNode->m_Name);
         CNodeMapImpl* pMap = pNode->m_pMap;
         if (pMap->m_EvalDepth >= CNodeMapImpl::MaxEvalDepth)
-            throw RUNTIME_EXCEPTION("Node '%s': evaluation nested more than %d levels deep", pNode->m_Name.c_str(),
+            throw RUNTIME_EXCEPTION("Node '%s': evaluation nested more than %d levels deep", pNode->m_Name,
                                     CNodeMapImpl::MaxEvalDepth);
         ++pMap->m_EvalDepth;
         pNode->m_Evaluating |= Facet;
@@ -63,7 +68,13 @@ namespace GenApi
 
     // ---------------------------------------------------------------- construction
 
-    CNodeImpl::CNodeImpl(CNodeMapImpl* pMap, detail::ENodeKind Kind) : m_pMap(pMap), m_Kind(Kind) {}
+    CNodeImpl::CNodeImpl(CNodeMapImpl* pMap, detail::ENodeKind Kind)
+        : m_NameSpace(Custom), m_Visibility(Beginner), m_ImposedVisibility(_UndefinedVisibility),
+          m_DescribedImposedAccessMode(RW), m_ImposedAccessMode(RW), m_CachingMode(WriteThrough),
+          m_AccessModeCacheable(Yes), m_IsFeature(false), m_IsDeprecated(false), m_Streamable(false), m_pMap(pMap),
+          m_Kind(Kind), m_AccessModeCache(NI)
+    {
+    }
 
     CNodeImpl::~CNodeImpl()
     {
@@ -72,10 +83,10 @@ namespace GenApi
 
     void CNodeImpl::DestroyCallbacks()
     {
-        std::vector<CNodeCallback*> callbacks;
-        callbacks.swap(m_Callbacks);
-        m_CallbackHoles = 0;
-        for (CNodeCallback* p : callbacks)
+        std::unique_ptr<detail::CallbackList> callbacks = std::move(m_pCallbacks);
+        if (!callbacks)
+            return;
+        for (CNodeCallback* p : callbacks->List)
             if (p)
                 p->Destroy();
     }
@@ -84,31 +95,28 @@ namespace GenApi
 
     void CNodeImpl::AddProperty(const char* Name, std::string_view Value, std::string_view Attribute)
     {
-        m_Properties.push_back(
-            detail::Property{Name, m_pMap->StoreText(Trim(Value)), m_pMap->StoreText(Attribute)});
+        m_pMap->AddLoadProperty(this, detail::Property{Name, m_pMap->StoreProperty(Trim(Value), Attribute)});
     }
 
-    void CNodeImpl::Compact()
+    const detail::Property* CNodeImpl::PropertiesBegin() const
     {
-        m_Properties.shrink_to_fit();
-        m_ReadingChildren.shrink_to_fit();
-        m_WritingChildren.shrink_to_fit();
-        m_Invalidators.shrink_to_fit();
-        m_Dependents.shrink_to_fit();
-        m_ReadingParents.shrink_to_fit();
-        m_WritingParents.shrink_to_fit();
-        m_Selected.shrink_to_fit();
-        m_Selecting.shrink_to_fit();
-        m_ValueChildren.shrink_to_fit();
+        return m_pMap->PropertyArena() + m_PropertyBegin;
+    }
+
+    detail::NodeExtras& CNodeImpl::Extras()
+    {
+        if (!m_pExtras)
+            m_pExtras.reset(new detail::NodeExtras);
+        return *m_pExtras;
     }
 
     const detail::Property* CNodeImpl::FindProperty(const char* Name) const
     {
         // Names are short: the first character rules out most candidates before strcmp
         const char first = Name[0];
-        for (const detail::Property& p : m_Properties)
-            if (p.Name == Name || (p.Name[0] == first && std::strcmp(p.Name, Name) == 0))
-                return &p;
+        for (const detail::Property* p = PropertiesBegin(), *end = PropertiesEnd(); p != end; ++p)
+            if (p->Name == Name || (p->Name[0] == first && std::strcmp(p->Name, Name) == 0))
+                return p;
         return nullptr;
     }
 
@@ -116,16 +124,16 @@ namespace GenApi
     {
         std::vector<const detail::Property*> result;
         const char first = Name[0];
-        for (const detail::Property& p : m_Properties)
-            if (p.Name[0] == first && std::strcmp(p.Name, Name) == 0)
-                result.push_back(&p);
+        for (const detail::Property* p = PropertiesBegin(), *end = PropertiesEnd(); p != end; ++p)
+            if (p->Name[0] == first && std::strcmp(p->Name, Name) == 0)
+                result.push_back(p);
         return result;
     }
 
     std::string CNodeImpl::PropertyText(const char* Name, const std::string& Default) const
     {
         const detail::Property* p = FindProperty(Name);
-        return p ? std::string(p->Value) : Default;
+        return p ? std::string(p->Value()) : Default;
     }
 
     CNodeImpl* CNodeImpl::Link(const char* Name) const
@@ -133,14 +141,14 @@ namespace GenApi
         const detail::Property* p = FindProperty(Name);
         if (!p)
             return nullptr;
-        return m_pMap->Resolve(this, Name, p->Value);
+        return m_pMap->Resolve(this, Name, p->Value());
     }
 
     std::vector<CNodeImpl*> CNodeImpl::Links(const char* Name) const
     {
         std::vector<CNodeImpl*> result;
         for (const detail::Property* p : FindProperties(Name))
-            result.push_back(m_pMap->Resolve(this, Name, p->Value));
+            result.push_back(m_pMap->Resolve(this, Name, p->Value()));
         return result;
     }
 
@@ -151,22 +159,22 @@ namespace GenApi
             return Default;
         try
         {
-            return detail::IntegerFromString(p->Value, PureNumber);
+            return detail::IntegerFromString(p->Value(), PureNumber);
         }
         catch (const GenICam::GenericException&)
         {
         }
         try
         {
-            const double d = detail::FloatFromString(p->Value);
+            const double d = detail::FloatFromString(p->Value());
             if (d >= -9.2233720368547758e18 && d < 9.2233720368547758e18)
                 return static_cast<int64_t>(d);
         }
         catch (const GenICam::GenericException&)
         {
         }
-        throw RUNTIME_EXCEPTION("Node '%s': property %s has the value '%s', which is not a number", m_Name.c_str(),
-                                Name, p->Value.data());
+        throw RUNTIME_EXCEPTION("Node '%s': property %s has the value '%s', which is not a number", m_Name,
+                                Name, p->Text);
     }
 
     double CNodeImpl::PropertyFloat(const char* Name, double Default) const
@@ -176,63 +184,37 @@ namespace GenApi
             return Default;
         try
         {
-            return detail::FloatFromString(p->Value);
+            return detail::FloatFromString(p->Value());
         }
         catch (const GenICam::GenericException&)
         {
             throw RUNTIME_EXCEPTION("Node '%s': property %s has the value '%s', which is not a number",
-                                    m_Name.c_str(), Name, p->Value.data());
+                                    m_Name, Name, p->Text);
         }
     }
 
-    // Edges are appended while loading; RemoveDuplicateLinks drops repeats once the graph stands
+    // Edges are appended while loading; the node map drops repeats once the graph stands
     void CNodeImpl::AddReadingChild(CNodeImpl* p)
     {
-        m_ReadingChildren.push_back(p);
-        p->m_ReadingParents.push_back(this);
+        m_pMap->LoadLinks(this, detail::lkReadingChildren).push_back(p);
+        m_pMap->LoadLinks(p, detail::lkReadingParents).push_back(this);
     }
 
     void CNodeImpl::AddWritingChild(CNodeImpl* p)
     {
-        m_WritingChildren.push_back(p);
-        p->m_WritingParents.push_back(this);
+        m_pMap->LoadLinks(this, detail::lkWritingChildren).push_back(p);
+        m_pMap->LoadLinks(p, detail::lkWritingParents).push_back(this);
     }
 
     void CNodeImpl::AddInvalidator(CNodeImpl* p)
     {
-        m_Invalidators.push_back(p);
+        m_pMap->LoadLinks(this, detail::lkInvalidators).push_back(p);
     }
 
     void CNodeImpl::AddDependent(CNodeImpl* p)
     {
         if (p != this)
-            m_Dependents.push_back(p);
-    }
-
-    void CNodeImpl::RemoveDuplicateLinks(uint32_t& Epoch)
-    {
-        // Keeps the first occurrence of each node, in order, using the visit marks
-        auto dedup = [&Epoch](std::vector<CNodeImpl*>& list) {
-            if (list.size() < 2)
-                return;
-            ++Epoch;
-            size_t out = 0;
-            for (CNodeImpl* p : list)
-            {
-                if (p->m_VisitMark == Epoch)
-                    continue;
-                p->m_VisitMark = Epoch;
-                list[out++] = p;
-            }
-            list.resize(out);
-        };
-        dedup(m_ReadingChildren);
-        dedup(m_WritingChildren);
-        dedup(m_Invalidators);
-        dedup(m_Dependents);
-        dedup(m_ReadingParents);
-        dedup(m_WritingParents);
-        dedup(m_ValueChildren);
+            m_pMap->LoadLinks(this, detail::lkDependents).push_back(p);
     }
 
     // ---------------------------------------------------------------- setup
@@ -267,17 +249,26 @@ namespace GenApi
         m_pIsImplemented = Link("pIsImplemented");
         m_pIsAvailable = Link("pIsAvailable");
         m_pIsLocked = Link("pIsLocked");
-        m_pError = Link("pError");
-        m_pBlockPolling = Link("pBlockPolling");
-        m_pAlias = Link("pAlias");
-        m_pCastAlias = Link("pCastAlias");
+        CNodeImpl* pError = Link("pError");
+        CNodeImpl* pBlockPolling = Link("pBlockPolling");
+        CNodeImpl* pAlias = Link("pAlias");
+        CNodeImpl* pCastAlias = Link("pCastAlias");
+        const int64_t pollingTime = PropertyInt("PollingTime", -1);
+        if (pError || pBlockPolling || pAlias || pCastAlias || pollingTime != -1)
+        {
+            detail::NodeExtras& extras = Extras();
+            extras.pError = pError;
+            extras.pBlockPolling = pBlockPolling;
+            extras.pAlias = pAlias;
+            extras.pCastAlias = pCastAlias;
+            extras.PollingTime = pollingTime;
+        }
         m_IsDeprecated = PropertyText("IsDeprecated") == "Yes";
         m_Streamable = PropertyText("Streamable") == "Yes";
-        m_PollingTime = PropertyInt("PollingTime", -1);
         for (CNodeImpl* p : Links("pSelected"))
         {
-            PushUnique(m_Selected, p);
-            PushUnique(p->m_Selecting, this);
+            PushUnique(m_pMap->LoadLinks(this, detail::lkSelected), p);
+            PushUnique(m_pMap->LoadLinks(p, detail::lkSelecting), this);
         }
     }
 
@@ -288,9 +279,9 @@ namespace GenApi
         const detail::Property* p = FindProperty("Cachable");
         if (!p)
             return WriteThrough;
-        if (p->Value == "WriteThrough")
+        if (p->Value() == "WriteThrough")
             return WriteThrough;
-        if (p->Value == "WriteAround")
+        if (p->Value() == "WriteAround")
             return WriteAround;
         return NoCache;
     }
@@ -299,19 +290,19 @@ namespace GenApi
 
     int64_t CNodeImpl::InternalGetInt(bool, bool)
     {
-        throw LOGICAL_ERROR_EXCEPTION("Node '%s' has no numeric value", m_Name.c_str());
+        throw LOGICAL_ERROR_EXCEPTION("Node '%s' has no numeric value", m_Name);
     }
     double CNodeImpl::InternalGetFloat(bool, bool)
     {
-        throw LOGICAL_ERROR_EXCEPTION("Node '%s' has no numeric value", m_Name.c_str());
+        throw LOGICAL_ERROR_EXCEPTION("Node '%s' has no numeric value", m_Name);
     }
     void CNodeImpl::InternalSetInt(int64_t, bool)
     {
-        throw LOGICAL_ERROR_EXCEPTION("Node '%s' cannot take a numeric value", m_Name.c_str());
+        throw LOGICAL_ERROR_EXCEPTION("Node '%s' cannot take a numeric value", m_Name);
     }
     void CNodeImpl::InternalSetFloat(double, bool)
     {
-        throw LOGICAL_ERROR_EXCEPTION("Node '%s' cannot take a numeric value", m_Name.c_str());
+        throw LOGICAL_ERROR_EXCEPTION("Node '%s' cannot take a numeric value", m_Name);
     }
     int64_t CNodeImpl::InternalGetIntMin() { return INT64_MIN; }
     int64_t CNodeImpl::InternalGetIntMax() { return INT64_MAX; }
@@ -378,25 +369,26 @@ namespace GenApi
     {
         const EAccessMode mode = InternalAccessMode();
         if (!IsReadable(mode))
-            throw ACCESS_EXCEPTION("Node '%s' is not readable (access mode %s)", m_Name.c_str(), AccessModeName(mode));
+            throw ACCESS_EXCEPTION("Node '%s' is not readable (access mode %s)", m_Name, AccessModeName(mode));
     }
 
     void CNodeImpl::CheckWritable() const
     {
         const EAccessMode mode = InternalAccessMode();
         if (!IsWritable(mode))
-            throw ACCESS_EXCEPTION("Node '%s' is not writable (access mode %s)", m_Name.c_str(), AccessModeName(mode));
+            throw ACCESS_EXCEPTION("Node '%s' is not writable (access mode %s)", m_Name, AccessModeName(mode));
     }
 
     void CNodeImpl::CheckError()
     {
-        if (!m_pError)
+        if (!m_pExtras || !m_pExtras->pError)
             return;
-        const int64_t code = m_pError->InternalGetInt(false, true);
+        CNodeImpl* pError = m_pExtras->pError;
+        const int64_t code = pError->InternalGetInt(false, true);
         if (code == 0)
             return;
         std::string text = "error " + std::to_string(code);
-        if (CEnumerationNode* pEnum = dynamic_cast<CEnumerationNode*>(m_pError))
+        if (CEnumerationNode* pEnum = dynamic_cast<CEnumerationNode*>(pError))
         {
             for (CEnumEntryNode* pEntry : pEnum->m_Entries)
             {
@@ -410,7 +402,7 @@ namespace GenApi
                 }
             }
         }
-        throw RUNTIME_EXCEPTION("Node '%s' reports an error: %s", m_Name.c_str(), text.c_str());
+        throw RUNTIME_EXCEPTION("Node '%s' reports an error: %s", m_Name, text.c_str());
     }
 
     void CNodeImpl::ImposeAccessMode(EAccessMode ImposedAccessMode)
@@ -434,7 +426,7 @@ namespace GenApi
     {
         if (!FullQualified)
             return m_Name;
-        return (m_NameSpace == Standard ? "Std::" : "Cust::") + m_Name;
+        return std::string(m_NameSpace == Standard ? "Std::" : "Cust::") + m_Name;
     }
 
     ENameSpace CNodeImpl::GetNameSpace() const { return m_NameSpace; }
@@ -453,7 +445,7 @@ namespace GenApi
 
     bool CNodeImpl::IsCachable() const { return m_CachingMode != NoCache; }
     ECachingMode CNodeImpl::GetCachingMode() const { return m_CachingMode; }
-    int64_t CNodeImpl::GetPollingTime() const { return m_PollingTime; }
+    int64_t CNodeImpl::GetPollingTime() const { return PollingTime(); }
 
     gcstring CNodeImpl::GetToolTip() const { return PropertyText("ToolTip"); }
 
@@ -463,7 +455,7 @@ namespace GenApi
     {
         const detail::Property* p = FindProperty("DisplayName");
         if (p)
-            return gcstring(p->Value.data(), p->Value.size());
+            return gcstring(p->Text);
         if (m_Kind == detail::ENodeKind::EnumEntry)
             return static_cast<const CEnumEntryNode*>(this)->m_Symbolic;
         return m_Name;
@@ -479,16 +471,16 @@ namespace GenApi
         {
         case ctWritingChildren:
         case ctValueChildren:
-            Children.assign(m_WritingChildren.begin(), m_WritingChildren.end());
+            AssignLinks(Children, LinkList(detail::lkWritingChildren));
             break;
         case ctInvalidatingChildren:
-            Children.assign(m_Invalidators.begin(), m_Invalidators.end());
+            AssignLinks(Children, LinkList(detail::lkInvalidators));
             break;
         case ctDependingNodes:
-            Children.assign(m_Dependents.begin(), m_Dependents.end());
+            AssignLinks(Children, LinkList(detail::lkDependents));
             break;
         case ctParentNodes:
-            Children.assign(m_ReadingParents.begin(), m_ReadingParents.end());
+            AssignLinks(Children, LinkList(detail::lkReadingParents));
             break;
         case ctTerminalNodes:
         {
@@ -499,13 +491,14 @@ namespace GenApi
             {
                 const CNodeImpl* p = todo.back();
                 todo.pop_back();
-                if (p->m_WritingChildren.empty())
+                const detail::NodeSpan writing = p->WritingChildren();
+                if (writing.empty())
                 {
                     if (p != this)
                         Children.push_back(const_cast<CNodeImpl*>(p));
                     continue;
                 }
-                for (CNodeImpl* c : p->m_WritingChildren)
+                for (CNodeImpl* c : writing)
                 {
                     if (std::find(seen.begin(), seen.end(), c) == seen.end())
                     {
@@ -518,7 +511,7 @@ namespace GenApi
         }
         case ctReadingChildren:
         default:
-            Children.assign(m_ReadingChildren.begin(), m_ReadingChildren.end());
+            AssignLinks(Children, LinkList(detail::lkReadingChildren));
             break;
         }
     }
@@ -528,9 +521,9 @@ namespace GenApi
         COperation op(m_pMap);
         Parents.clear();
         if (LinkType == ctWritingChildren || LinkType == ctValueChildren)
-            Parents.assign(m_WritingParents.begin(), m_WritingParents.end());
+            AssignLinks(Parents, LinkList(detail::lkWritingParents));
         else
-            Parents.assign(m_ReadingParents.begin(), m_ReadingParents.end());
+            AssignLinks(Parents, LinkList(detail::lkReadingParents));
     }
 
     INodeMap* CNodeImpl::GetNodeMap() const { return m_pMap; }
@@ -540,8 +533,9 @@ namespace GenApi
     void CNodeImpl::GetPropertyNames(gcstring_vector& PropertyNames) const
     {
         PropertyNames.clear();
-        for (const detail::Property& p : m_Properties)
+        for (const detail::Property* pp = PropertiesBegin(), *end = PropertiesEnd(); pp != end; ++pp)
         {
+            const detail::Property& p = *pp;
             bool seen = false;
             for (const gcstring& n : PropertyNames)
             {
@@ -561,8 +555,9 @@ namespace GenApi
         ValueStr.clear();
         AttributeStr.clear();
         bool found = false;
-        for (const detail::Property& p : m_Properties)
+        for (const detail::Property* pp = PropertiesBegin(), *end = PropertiesEnd(); pp != end; ++pp)
         {
+            const detail::Property& p = *pp;
             if (PropertyName != p.Name)
                 continue;
             if (found)
@@ -570,15 +565,17 @@ namespace GenApi
                 ValueStr += '\t';
                 AttributeStr += '\t';
             }
-            ValueStr.append(p.Value.data(), p.Value.size());
-            AttributeStr.append(p.Attribute.data(), p.Attribute.size());
+            const std::string_view value = p.Value();
+            const std::string_view attribute = p.Attribute();
+            ValueStr.append(value.data(), value.size());
+            AttributeStr.append(attribute.data(), attribute.size());
             found = true;
         }
         return found;
     }
 
-    INode* CNodeImpl::GetAlias() const { return m_pAlias; }
-    INode* CNodeImpl::GetCastAlias() const { return m_pCastAlias; }
+    INode* CNodeImpl::GetAlias() const { return m_pExtras ? m_pExtras->pAlias : nullptr; }
+    INode* CNodeImpl::GetCastAlias() const { return m_pExtras ? m_pExtras->pCastAlias : nullptr; }
     gcstring CNodeImpl::GetDocuURL() const { return PropertyText("DocuURL"); }
     bool CNodeImpl::IsDeprecated() const { return m_IsDeprecated; }
     EInterfaceType CNodeImpl::GetPrincipalInterfaceType() const { return intfIBase; }
@@ -586,13 +583,13 @@ namespace GenApi
 
     // ---------------------------------------------------------------- selectors
 
-    bool CNodeImpl::IsSelector() const { return !m_Selected.empty(); }
+    bool CNodeImpl::IsSelector() const { return !LinkList(detail::lkSelected).empty(); }
 
     void CNodeImpl::GetSelectedFeatures(FeatureList_t& Features) const
     {
         COperation op(m_pMap);
         Features.clear();
-        for (CNodeImpl* p : m_Selected)
+        for (CNodeImpl* p : LinkList(detail::lkSelected))
             if (IValue* v = dynamic_cast<IValue*>(p))
                 Features.push_back(v);
     }
@@ -601,7 +598,7 @@ namespace GenApi
     {
         COperation op(m_pMap);
         Features.clear();
-        for (CNodeImpl* p : m_Selecting)
+        for (CNodeImpl* p : LinkList(detail::lkSelecting))
             if (IValue* v = dynamic_cast<IValue*>(p))
                 Features.push_back(v);
     }
@@ -612,12 +609,15 @@ namespace GenApi
     {
         CHECK_NULL_ARGUMENT(pCallback);
         AutoLock lock(m_pMap->GetLock());
-        if (m_CallbackHoles && m_pMap->m_InsideFiring == 0 && m_pMap->m_OutsideFiring == 0)
+        if (!m_pCallbacks)
+            m_pCallbacks.reset(new detail::CallbackList);
+        std::vector<CNodeCallback*>& list = m_pCallbacks->List;
+        if (m_pCallbacks->Holes && m_pMap->m_InsideFiring == 0 && m_pMap->m_OutsideFiring == 0)
         {
-            m_Callbacks.erase(std::remove(m_Callbacks.begin(), m_Callbacks.end(), nullptr), m_Callbacks.end());
-            m_CallbackHoles = 0;
+            list.erase(std::remove(list.begin(), list.end(), nullptr), list.end());
+            m_pCallbacks->Holes = 0;
         }
-        m_Callbacks.push_back(pCallback);
+        list.push_back(pCallback);
         return reinterpret_cast<CallbackHandleType>(pCallback);
     }
 
@@ -628,12 +628,15 @@ namespace GenApi
             return false;
         {
             AutoLock lock(m_pMap->GetLock());
-            auto it = std::find(m_Callbacks.begin(), m_Callbacks.end(), pCallback);
-            if (it == m_Callbacks.end())
+            if (!m_pCallbacks)
+                return false;
+            std::vector<CNodeCallback*>& list = m_pCallbacks->List;
+            auto it = std::find(list.begin(), list.end(), pCallback);
+            if (it == list.end())
                 return false;
             // Leave a hole rather than shifting: a dispatch may be walking the list by index
             *it = nullptr;
-            ++m_CallbackHoles;
+            ++m_pCallbacks->Holes;
         }
         pCallback->Destroy();
         return true;
@@ -641,12 +644,15 @@ namespace GenApi
 
     void CNodeImpl::FireCallbacks(ECallbackType Type, bool Swallow)
     {
+        if (!m_pCallbacks)
+            return;
         ++m_pMap->m_InsideFiring;
         try
         {
-            for (size_t i = 0; i < m_Callbacks.size(); ++i)
+            // By index: a callback may register another one on this node
+            for (size_t i = 0; i < m_pCallbacks->List.size(); ++i)
             {
-                CNodeCallback* p = m_Callbacks[i];
+                CNodeCallback* p = m_pCallbacks->List[i];
                 if (!p)
                     continue;
                 if (Swallow)
@@ -678,9 +684,9 @@ namespace GenApi
             CNodeCallback* p = nullptr;
             {
                 AutoLock lock(m_pMap->GetLock());
-                if (i >= m_Callbacks.size())
+                if (!m_pCallbacks || i >= m_pCallbacks->List.size())
                     break;
-                p = m_Callbacks[i];
+                p = m_pCallbacks->List[i];
             }
             if (!p)
                 continue;

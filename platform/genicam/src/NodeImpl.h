@@ -8,6 +8,7 @@
 #include "ValueText.h"
 
 #include <algorithm>
+#include <cstring>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -20,12 +21,66 @@ namespace GenApi
 
     namespace detail
     {
-        //! One property of a node as the description gives it
+        //! One property of a node as the description gives it. The text pool keeps a property's
+        //! value, a NUL, its attribute and another NUL in one piece, so that a property costs two
+        //! pointers; the node map keeps every node's properties in one array.
         struct Property
         {
-            const char* Name;          // interned in the node map
-            std::string_view Value;     // in the node map's text pool, NUL-terminated
-            std::string_view Attribute; // likewise
+            const char* Name; // interned in the node map
+            const char* Text; // value NUL attribute NUL, in the node map's text pool
+
+            std::string_view Value() const { return std::string_view(Text); }
+            std::string_view Attribute() const { return std::string_view(Text + std::strlen(Text) + 1); }
+        };
+
+        //! The link lists of a node, in the order the node map's link arena keeps them
+        enum ELinkList : uint8_t
+        {
+            lkReadingChildren,
+            lkWritingChildren,
+            lkInvalidators,
+            lkDependents,
+            lkReadingParents,
+            lkWritingParents,
+            lkSelected,
+            lkSelecting,
+            lkValueChildren, // where the value comes from (for invalidation downwards)
+            lkCount
+        };
+
+        //! A run of node pointers in one of the node map's arenas
+        class NodeSpan
+        {
+        public:
+            NodeSpan(CNodeImpl* const* pBegin, CNodeImpl* const* pEnd) : m_pBegin(pBegin), m_pEnd(pEnd) {}
+            CNodeImpl* const* begin() const { return m_pBegin; }
+            CNodeImpl* const* end() const { return m_pEnd; }
+            size_t size() const { return static_cast<size_t>(m_pEnd - m_pBegin); }
+            bool empty() const { return m_pBegin == m_pEnd; }
+            CNodeImpl* operator[](size_t i) const { return m_pBegin[i]; }
+
+        private:
+            CNodeImpl* const* m_pBegin;
+            CNodeImpl* const* m_pEnd;
+        };
+
+        //! Fields few nodes use, kept out of line so that the others do not pay for them
+        struct NodeExtras
+        {
+            CNodeImpl* pError = nullptr;
+            CNodeImpl* pBlockPolling = nullptr;
+            CNodeImpl* pAlias = nullptr;
+            CNodeImpl* pCastAlias = nullptr;
+            int64_t PollingTime = -1;
+            int64_t PollElapsed = 0;
+        };
+
+        //! Registered callbacks of a node; a deregistered one leaves a hole (null) while a
+        //! dispatch may be walking the list
+        struct CallbackList
+        {
+            std::vector<CNodeCallback*> List;
+            uint32_t Holes = 0;
         };
 
         //! Kinds of nodes the loader creates
@@ -132,7 +187,10 @@ namespace GenApi
         // ---- engine side (the caller holds the node map's lock) ----
 
         detail::ENodeKind Kind() const { return m_Kind; }
-        const std::string& Name() const { return m_Name; }
+        //! The node's name, NUL-terminated in the node map's text pool
+        const char* Name() const { return m_Name; }
+        //! Position in the node map's list of nodes
+        uint32_t Index() const { return m_Index; }
         CNodeMapImpl* Map() const { return m_pMap; }
 
         //! Reads the typed fields from the properties, resolving references
@@ -177,7 +235,7 @@ namespace GenApi
         void FireCallbacksOutsideLock(bool Swallow);
         //! Destroys every registered callback (node map teardown)
         void DestroyCallbacks();
-        bool HasCallbacks() const { return m_Callbacks.size() > m_CallbackHoles; }
+        bool HasCallbacks() const { return m_pCallbacks && m_pCallbacks->List.size() > m_pCallbacks->Holes; }
 
         //! The access mode; the caller holds the node map's lock
         EAccessMode InternalAccessMode() const;
@@ -188,10 +246,11 @@ namespace GenApi
         //! Raises the error described by pError, if any
         void CheckError();
 
-        // Properties and links as the loader fills them
+        //! Records a property while loading (the node map keeps it until it packs all of them)
         void AddProperty(const char* Name, std::string_view Value, std::string_view Attribute);
-        //! Releases spare capacity once the node map is built
-        void Compact();
+        //! The node's properties in the node map's property array (after loading)
+        const detail::Property* PropertiesBegin() const;
+        const detail::Property* PropertiesEnd() const { return PropertiesBegin() + m_PropertyCount; }
         const detail::Property* FindProperty(const char* Name) const;
         //! All values of a property (several elements of the same name)
         std::vector<const detail::Property*> FindProperties(const char* Name) const;
@@ -204,17 +263,22 @@ namespace GenApi
         int64_t PropertyInt(const char* Name, int64_t Default) const;
         double PropertyFloat(const char* Name, double Default) const;
 
-        //! Where the loader records links for the dependency graph
+        //! Where the loader records links for the dependency graph (until the node map packs them)
         void AddReadingChild(CNodeImpl* p);
         void AddWritingChild(CNodeImpl* p);
         void AddInvalidator(CNodeImpl* p);
         void AddDependent(CNodeImpl* p);
-        //! Drops repeated entries from the link lists (first occurrence kept)
-        void RemoveDuplicateLinks(uint32_t& Epoch);
 
-        const std::vector<CNodeImpl*>& Dependents() const { return m_Dependents; }
-        const std::vector<CNodeImpl*>& ReadingChildren() const { return m_ReadingChildren; }
-        const std::vector<CNodeImpl*>& WritingChildren() const { return m_WritingChildren; }
+        //! One of the node's link lists, a piece of the node map's link arena (after loading)
+        inline detail::NodeSpan LinkList(detail::ELinkList List) const;
+        detail::NodeSpan Dependents() const { return LinkList(detail::lkDependents); }
+        detail::NodeSpan ReadingChildren() const { return LinkList(detail::lkReadingChildren); }
+        detail::NodeSpan WritingChildren() const { return LinkList(detail::lkWritingChildren); }
+
+        //! Rarely used fields; Extras() creates them
+        const detail::NodeExtras* FindExtras() const { return m_pExtras.get(); }
+        detail::NodeExtras& Extras();
+        int64_t PollingTime() const { return m_pExtras ? m_pExtras->PollingTime : -1; }
 
         //! Guards an evaluation against re-entry (cycles) and unbounded depth
         class CEvalGuard
@@ -239,51 +303,38 @@ namespace GenApi
             aspOther = 32
         };
 
-        // Fields set by the loader
-        std::string m_Name;
-        ENameSpace m_NameSpace = Custom;
-        EVisibility m_Visibility = Beginner;
-        EVisibility m_ImposedVisibility = _UndefinedVisibility;
-        EAccessMode m_DescribedImposedAccessMode = RW;
-        EAccessMode m_ImposedAccessMode = RW;
+        // Fields set by the loader. Small fields are packed: a description has thousands of nodes.
+        const char* m_Name = "";
+        uint32_t m_Index = 0;
+        uint32_t m_PropertyBegin = 0;
+        uint32_t m_PropertyCount = 0;
+        uint32_t m_Links[detail::lkCount + 1] = {}; // list k is [m_Links[k], m_Links[k + 1]) of the link arena
+        uint32_t m_VisitMark = 0;
+        uint32_t m_CollectMark = 0;
         CNodeImpl* m_pIsImplemented = nullptr;
         CNodeImpl* m_pIsAvailable = nullptr;
         CNodeImpl* m_pIsLocked = nullptr;
-        CNodeImpl* m_pError = nullptr;
-        CNodeImpl* m_pBlockPolling = nullptr;
-        CNodeImpl* m_pAlias = nullptr;
-        CNodeImpl* m_pCastAlias = nullptr;
-        int64_t m_PollingTime = -1;
-        int64_t m_PollElapsed = 0;
-        ECachingMode m_CachingMode = WriteThrough;
-        EYesNo m_AccessModeCacheable = Yes;
-        bool m_IsFeature = false;
-        bool m_IsDeprecated = false;
-        bool m_Streamable = false;
-        uint32_t m_VisitMark = 0;
-        uint32_t m_CollectMark = 0;
+        std::unique_ptr<detail::NodeExtras> m_pExtras;
+        ENameSpace m_NameSpace : 8;
+        EVisibility m_Visibility : 8;
+        EVisibility m_ImposedVisibility : 8;
+        EAccessMode m_DescribedImposedAccessMode : 8;
+        EAccessMode m_ImposedAccessMode : 8;
+        ECachingMode m_CachingMode : 8;
+        EYesNo m_AccessModeCacheable : 8;
+        bool m_IsFeature : 1;
+        bool m_IsDeprecated : 1;
+        bool m_Streamable : 1;
         uint8_t m_CachingState = 0; // 0 unknown, 1 computing, 2 done (load time)
-
-        std::vector<detail::Property> m_Properties;
-        std::vector<CNodeImpl*> m_ReadingChildren;
-        std::vector<CNodeImpl*> m_WritingChildren;
-        std::vector<CNodeImpl*> m_Invalidators;
-        std::vector<CNodeImpl*> m_Dependents;
-        std::vector<CNodeImpl*> m_ReadingParents;
-        std::vector<CNodeImpl*> m_WritingParents;
-        std::vector<CNodeImpl*> m_Selected;
-        std::vector<CNodeImpl*> m_Selecting;
-        std::vector<CNodeImpl*> m_ValueChildren; // where the value comes from (for invalidation downwards)
 
     protected:
         CNodeMapImpl* m_pMap;
+        std::unique_ptr<detail::CallbackList> m_pCallbacks; // created by the first registration
         detail::ENodeKind m_Kind;
         mutable uint8_t m_Evaluating = 0;
         mutable bool m_ValueCacheValid = false;
         mutable bool m_AccessModeCacheValid = false;
-        mutable EAccessMode m_AccessModeCache = NI;
-        std::vector<CNodeCallback*> m_Callbacks;
-        uint32_t m_CallbackHoles = 0;
+        mutable EAccessMode m_AccessModeCache : 8;
     };
 
     //! Shared range, increment and text logic of the integer nodes
@@ -355,7 +406,7 @@ namespace GenApi
         int64_t m_ImposedMax = INT64_MAX;
         std::vector<int64_t> m_ValidValueSet;
         ERepresentation m_Representation = _UndefinedRepresentation;
-        std::string m_Unit;
+        const char* m_Unit = ""; // in the text pool
         bool m_HasUnit = false;
         int64_t m_Cache = 0;
     };
@@ -402,14 +453,14 @@ namespace GenApi
             m_Value = Traits::Property(this, "Value");
             m_pIndex = this->Link("pIndex");
             for (const detail::Property* p : this->FindProperties("ValueIndexed"))
-                m_ValueIndexed.emplace_back(detail::IntegerFromString(p->Attribute, PureNumber), Traits::Parse(p->Value));
+                m_ValueIndexed.emplace_back(detail::IntegerFromString(p->Attribute(), PureNumber), Traits::Parse(p->Value()));
             for (const detail::Property* p : this->FindProperties("pValueIndexed"))
-                m_pValueIndexed.emplace_back(detail::IntegerFromString(p->Attribute, PureNumber),
-                                             this->Map()->Resolve(this, "pValueIndexed", p->Value));
+                m_pValueIndexed.emplace_back(detail::IntegerFromString(p->Attribute(), PureNumber),
+                                             this->Map()->Resolve(this, "pValueIndexed", p->Value()));
             m_ValueDefault = Traits::Property(this, "ValueDefault");
             m_pValueDefault = this->Link("pValueDefault");
             if (!m_pValue && !m_pIndex && !this->HasProperty("Value"))
-                throw RUNTIME_EXCEPTION("Node '%s': %s needs Value, pValue or pIndex", this->Name().c_str(), Traits::Kind);
+                throw RUNTIME_EXCEPTION("Node '%s': %s needs Value, pValue or pIndex", this->Name(), Traits::Kind);
         }
 
         EAccessMode NaturalAccessMode() const override
@@ -503,7 +554,7 @@ namespace GenApi
         void Write(CNodeImpl* pNode, const uint8_t* pBuffer, int64_t Length) const;
         EAccessMode AccessMode() const;
 
-        std::vector<int64_t> m_Addresses;
+        uint64_t m_Address = 0; // sum of the Address elements
         std::vector<CNodeImpl*> m_pAddresses;
         CNodeImpl* m_pIndex = nullptr;
         int64_t m_Offset = 0;
@@ -715,7 +766,7 @@ namespace GenApi
         double m_ImposedMax;
         std::vector<double> m_ValidValueSet;
         ERepresentation m_Representation = _UndefinedRepresentation;
-        std::string m_Unit;
+        const char* m_Unit = ""; // in the text pool
         bool m_HasUnit = false;
         EDisplayNotation m_DisplayNotation = _UndefinedEDisplayNotation;
         int64_t m_DisplayPrecision = -1;
@@ -865,7 +916,7 @@ namespace GenApi
         double InternalGetFloat(bool Verify, bool IgnoreCache) override;
         void Setup() override;
 
-        std::string m_Symbolic;
+        const char* m_Symbolic = ""; // in the text pool
         int64_t m_Value = 0;
         double m_NumericValue = 0;
         bool m_IsSelfClearing = false;

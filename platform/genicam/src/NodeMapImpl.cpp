@@ -124,38 +124,107 @@ namespace GenApi
         // The text pool stores equal texts once, so it interns names too
         if (Name.empty())
             return "";
-        return StoreText(Name).data();
+        return StoreProperty(Name, std::string_view());
     }
 
     std::string_view CNodeMapImpl::StoreText(std::string_view Text)
     {
         if (Text.empty())
             return std::string_view();
+        return std::string_view(StoreProperty(Text, std::string_view()), Text.size());
+    }
+
+    const char* CNodeMapImpl::StoreProperty(std::string_view Value, std::string_view Attribute)
+    {
         // Descriptions repeat the same short values thousands of times (RW, Device, ...)
-        auto known = m_StoredTexts.find(Text);
+        m_TextKey.assign(Value.data(), Value.size());
+        m_TextKey.push_back('\0');
+        m_TextKey.append(Attribute.data(), Attribute.size());
+        const std::string_view key(m_TextKey);
+        auto known = m_StoredTexts.find(key);
         if (known != m_StoredTexts.end())
-            return *known;
-        const size_t needed = Text.size() + 1;
+            return known->data();
+        const size_t needed = key.size() + 1;
         if (m_TextBlocks.empty() || m_TextBlockUsed + needed > m_TextBlockSize)
         {
-            const size_t blockSize = std::max<size_t>(needed, 64 * 1024);
+            const size_t blockSize = std::max(needed, m_TextBlockMinimum);
             m_TextBlocks.emplace_back(new char[blockSize]);
             m_TextBlockSize = blockSize;
             m_TextBlockUsed = 0;
         }
         char* p = m_TextBlocks.back().get() + m_TextBlockUsed;
-        std::memcpy(p, Text.data(), Text.size());
-        p[Text.size()] = '\0';
+        std::memcpy(p, key.data(), key.size());
+        p[key.size()] = '\0';
         m_TextBlockUsed += needed;
-        const std::string_view stored(p, Text.size());
-        m_StoredTexts.insert(stored);
-        return stored;
+        m_StoredTexts.insert(std::string_view(p, key.size()));
+        return p;
+    }
+
+    void CNodeMapImpl::AddLoadProperty(const CNodeImpl* pNode, const detail::Property& Property)
+    {
+        if (m_LoadProperties.size() <= pNode->Index())
+            m_LoadProperties.resize(pNode->Index() + 1);
+        m_LoadProperties[pNode->Index()].push_back(Property);
+    }
+
+    namespace
+    {
+        size_t HashName(const char* p, size_t n)
+        {
+            // FNV-1a: names are short, and this runs for every lookup by name
+            uint64_t h = 14695981039346656037ull;
+            for (size_t i = 0; i < n; ++i)
+                h = (h ^ static_cast<unsigned char>(p[i])) * 1099511628211ull;
+            return static_cast<size_t>(h ^ (h >> 32));
+        }
     }
 
     CNodeImpl* CNodeMapImpl::FindNode(std::string_view Name) const
     {
-        auto it = m_ByName.find(Name);
-        return it == m_ByName.end() ? nullptr : it->second;
+        if (m_NameTable.empty())
+            return nullptr;
+        const size_t mask = m_NameTable.size() - 1;
+        for (size_t i = HashName(Name.data(), Name.size()) & mask;; i = (i + 1) & mask)
+        {
+            const uint32_t entry = m_NameTable[i];
+            if (entry == 0)
+                return nullptr;
+            CNodeImpl* p = m_Nodes[entry - 1].get();
+            const char* name = p->Name();
+            if (name[0] == Name[0] && std::strncmp(name, Name.data(), Name.size()) == 0 && name[Name.size()] == '\0')
+                return p;
+        }
+    }
+
+    void CNodeMapImpl::RehashNames(size_t Capacity)
+    {
+        std::vector<uint32_t> table(Capacity, 0);
+        const size_t mask = Capacity - 1;
+        for (const auto& up : m_Nodes)
+        {
+            const char* name = up->Name();
+            size_t i = HashName(name, std::strlen(name)) & mask;
+            while (table[i] != 0)
+                i = (i + 1) & mask;
+            table[i] = up->Index() + 1;
+        }
+        m_NameTable.swap(table);
+    }
+
+    void CNodeMapImpl::AddName(CNodeImpl* pNode)
+    {
+        // pNode is the last of m_Nodes already
+        if (m_Nodes.size() * 2 > m_NameTable.size())
+        {
+            RehashNames(std::max<size_t>(64, m_NameTable.size() * 2));
+            return;
+        }
+        const size_t mask = m_NameTable.size() - 1;
+        const char* name = pNode->Name();
+        size_t i = HashName(name, std::strlen(name)) & mask;
+        while (m_NameTable[i] != 0)
+            i = (i + 1) & mask;
+        m_NameTable[i] = pNode->Index() + 1;
     }
 
     CNodeImpl* CNodeMapImpl::Resolve(const CNodeImpl* pFrom, const char* Property, std::string_view Target) const
@@ -163,7 +232,7 @@ namespace GenApi
         CNodeImpl* p = FindNode(Target);
         if (!p)
             throw RUNTIME_EXCEPTION("Node '%s' refers through %s to node '%s', which does not exist",
-                                    pFrom->Name().c_str(), Property, std::string(Target).c_str());
+                                    pFrom->Name(), Property, std::string(Target).c_str());
         return p;
     }
 
@@ -206,6 +275,9 @@ namespace GenApi
             throw RUNTIME_EXCEPTION("A description is already loaded into this node map");
         if (!pData)
             throw INVALID_ARGUMENT_EXCEPTION("No description data");
+
+        // Text blocks in proportion to the description, so a small one does not hold a large block
+        m_TextBlockMinimum = std::min<size_t>(64 * 1024, std::max<size_t>(1024, Size / 8));
 
         // A dump header or a byte-order mark may precede the first '<'
         size_t start = 0;
@@ -258,6 +330,8 @@ namespace GenApi
             // graph is built, which lowers the peak memory of a load
             root = pugi::xml_node();
             doc.reset();
+            PackProperties();
+            m_LoadLinks.resize(m_Nodes.size());
             for (auto& p : m_Nodes)
                 p->Setup();
             FinishLoad();
@@ -267,13 +341,16 @@ namespace GenApi
             for (auto& p : m_Nodes)
                 p->DestroyCallbacks();
             m_Nodes.clear();
-            m_ByName.clear();
+            m_NameTable.clear();
             m_PolledNodes.clear();
             m_StructGroups.clear();
+            m_Properties.clear();
+            m_LinkArena.clear();
+            DropLoadState();
             throw;
         }
         m_Loaded = true;
-        std::unordered_set<std::string_view>().swap(m_StoredTexts);
+        DropLoadState();
     }
 
     void CNodeMapImpl::BuildNodes(void* pParent)
@@ -355,15 +432,18 @@ namespace GenApi
         if (name.empty())
         {
             if (pParentEnum)
-                throw RUNTIME_EXCEPTION("An entry of enumeration '%s' has no Name", pParentEnum->Name().c_str());
+                throw RUNTIME_EXCEPTION("An entry of enumeration '%s' has no Name", pParentEnum->Name());
             throw RUNTIME_EXCEPTION("A <%s> element (offset %td) has no Name", elementName, element.offset_debug());
         }
         if (pParentEnum)
         {
-            static_cast<CEnumEntryNode*>(node.get())->m_Symbolic = name;
-            name = "EnumEntry_" + pParentEnum->Name() + "_" + name;
+            static_cast<CEnumEntryNode*>(node.get())->m_Symbolic = Intern(name);
+            name = "EnumEntry_" + std::string(pParentEnum->Name()) + "_" + name;
         }
-        node->m_Name = name;
+        if (FindNode(name))
+            throw RUNTIME_EXCEPTION("Node '%s' is defined more than once", name.c_str());
+        node->m_Name = Intern(name);
+        node->m_Index = static_cast<uint32_t>(m_Nodes.size());
         for (pugi::xml_attribute a = element.first_attribute(); a; a = a.next_attribute())
             node->AddProperty(Intern(a.name()), a.value(), std::string_view());
 
@@ -384,9 +464,8 @@ namespace GenApi
         }
 
         CNodeImpl* pNode = node.get();
-        if (!m_ByName.emplace(std::string_view(pNode->m_Name), pNode).second)
-            throw RUNTIME_EXCEPTION("Node '%s' is defined more than once", name.c_str());
         m_Nodes.push_back(std::move(node));
+        AddName(pNode);
 
         // Nodes inside this one: enumeration entries, address formulas of registers
         for (pugi::xml_node child = element.first_child(); child; child = child.next_sibling())
@@ -411,6 +490,91 @@ namespace GenApi
         }
     }
 
+    void CNodeMapImpl::PackProperties()
+    {
+        size_t total = 0;
+        for (const auto& list : m_LoadProperties)
+            total += list.size();
+        if (total > UINT32_MAX)
+            throw RUNTIME_EXCEPTION("The description has more than %u properties", UINT32_MAX);
+        std::vector<detail::Property> packed;
+        packed.reserve(total);
+        for (auto& up : m_Nodes)
+        {
+            up->m_PropertyBegin = static_cast<uint32_t>(packed.size());
+            up->m_PropertyCount = 0;
+            if (up->Index() < m_LoadProperties.size())
+            {
+                const std::vector<detail::Property>& list = m_LoadProperties[up->Index()];
+                packed.insert(packed.end(), list.begin(), list.end());
+                up->m_PropertyCount = static_cast<uint32_t>(list.size());
+            }
+        }
+        m_Properties.swap(packed);
+        std::vector<std::vector<detail::Property>>().swap(m_LoadProperties);
+    }
+
+    void CNodeMapImpl::DedupLinks()
+    {
+        // Keeps the first occurrence of each node, in order, using the visit marks. Selected and
+        // selecting lists are unique already.
+        static const detail::ELinkList lists[] = {detail::lkReadingChildren, detail::lkWritingChildren,
+                                                  detail::lkInvalidators,    detail::lkDependents,
+                                                  detail::lkReadingParents,  detail::lkWritingParents,
+                                                  detail::lkValueChildren};
+        for (auto& perNode : m_LoadLinks)
+        {
+            for (detail::ELinkList k : lists)
+            {
+                std::vector<CNodeImpl*>& list = perNode[k];
+                if (list.size() < 2)
+                    continue;
+                ++m_VisitEpoch;
+                size_t out = 0;
+                for (CNodeImpl* p : list)
+                {
+                    if (p->m_VisitMark == m_VisitEpoch)
+                        continue;
+                    p->m_VisitMark = m_VisitEpoch;
+                    list[out++] = p;
+                }
+                list.resize(out);
+            }
+        }
+    }
+
+    void CNodeMapImpl::PackLinks()
+    {
+        size_t total = 0;
+        for (const auto& perNode : m_LoadLinks)
+            for (const auto& list : perNode)
+                total += list.size();
+        if (total > UINT32_MAX)
+            throw RUNTIME_EXCEPTION("The description has more than %u links between nodes", UINT32_MAX);
+        std::vector<CNodeImpl*> arena;
+        arena.reserve(total);
+        for (auto& up : m_Nodes)
+        {
+            const auto& perNode = m_LoadLinks[up->Index()];
+            for (int k = 0; k < detail::lkCount; ++k)
+            {
+                up->m_Links[k] = static_cast<uint32_t>(arena.size());
+                arena.insert(arena.end(), perNode[k].begin(), perNode[k].end());
+            }
+            up->m_Links[detail::lkCount] = static_cast<uint32_t>(arena.size());
+        }
+        m_LinkArena.swap(arena);
+        decltype(m_LoadLinks)().swap(m_LoadLinks);
+    }
+
+    void CNodeMapImpl::DropLoadState()
+    {
+        decltype(m_LoadProperties)().swap(m_LoadProperties);
+        decltype(m_LoadLinks)().swap(m_LoadLinks);
+        std::unordered_set<std::string_view>().swap(m_StoredTexts);
+        std::string().swap(m_TextKey);
+    }
+
     void CNodeMapImpl::ComputeCaching(CNodeImpl* pStart)
     {
         // Depth-first, children before parents, with an explicit stack: a description may
@@ -424,9 +588,10 @@ namespace GenApi
         {
             CNodeImpl* pNode = stack.back().first;
             size_t& next = stack.back().second;
-            if (next < pNode->m_ValueChildren.size())
+            const detail::NodeSpan valueChildren = pNode->LinkList(detail::lkValueChildren);
+            if (next < valueChildren.size())
             {
-                CNodeImpl* pChild = pNode->m_ValueChildren[next++];
+                CNodeImpl* pChild = valueChildren[next++];
                 if (pChild->m_CachingState == 0)
                 {
                     pChild->m_CachingState = 1;
@@ -436,7 +601,7 @@ namespace GenApi
                 continue;
             }
             ECachingMode mode = pNode->OwnCachingMode();
-            for (CNodeImpl* pChild : pNode->m_ValueChildren)
+            for (CNodeImpl* pChild : valueChildren)
             {
                 if (pChild->m_CachingState != 2)
                     continue;
@@ -473,7 +638,7 @@ namespace GenApi
                 stack.pop_back();
                 continue;
             }
-            const std::vector<CNodeImpl*>& children = pNode->ReadingChildren();
+            const detail::NodeSpan children = pNode->ReadingChildren();
             if (next < children.size())
             {
                 CNodeImpl* pChild = children[next++];
@@ -500,25 +665,26 @@ namespace GenApi
         for (auto& up : m_Nodes)
         {
             CNodeImpl* pNode = up.get();
-            for (const detail::Property& p : pNode->m_Properties)
+            for (const detail::Property* pp = pNode->PropertiesBegin(), *end = pNode->PropertiesEnd(); pp != end; ++pp)
             {
+                const detail::Property& p = *pp;
                 if (p.Name[0] != 'p')
                     continue;
                 const ELinkClass cls = LinkClassOf(p.Name);
                 if (cls == ELinkClass::None)
                     continue;
-                CNodeImpl* pTarget = Resolve(pNode, p.Name, p.Value);
+                CNodeImpl* pTarget = Resolve(pNode, p.Name, p.Value());
                 switch (cls)
                 {
                 case ELinkClass::Value:
-                    pNode->m_ValueChildren.push_back(pTarget);
+                    LoadLinks(pNode, detail::lkValueChildren).push_back(pTarget);
                     pNode->AddWritingChild(pTarget);
                     pNode->AddReadingChild(pTarget);
                     pTarget->AddDependent(pNode);
                     break;
                 case ELinkClass::Reading:
                     if (IsValueCarrying(p.Name))
-                        pNode->m_ValueChildren.push_back(pTarget);
+                        LoadLinks(pNode, detail::lkValueChildren).push_back(pTarget);
                     pNode->AddReadingChild(pTarget);
                     pTarget->AddDependent(pNode);
                     break;
@@ -531,7 +697,7 @@ namespace GenApi
                 }
             }
             // A selector's change invalidates what it selects
-            for (CNodeImpl* pSelected : pNode->m_Selected)
+            for (CNodeImpl* pSelected : LoadLinks(pNode, detail::lkSelected))
                 pNode->AddDependent(pSelected);
             // An entry's availability is part of its enumeration's state
             if (pNode->Kind() == detail::ENodeKind::Enumeration)
@@ -544,8 +710,8 @@ namespace GenApi
                 for (CNodeImpl* b : group.second)
                     a->AddDependent(b);
         m_StructGroups.clear();
-        for (auto& up : m_Nodes)
-            up->RemoveDuplicateLinks(m_VisitEpoch);
+        DedupLinks();
+        PackLinks();
 
         for (auto& up : m_Nodes)
             ComputeCaching(up.get());
@@ -558,11 +724,12 @@ namespace GenApi
         {
             CNodeImpl* pNode = up.get();
             pNode->m_AccessModeCacheable = Yes;
-            for (const detail::Property& p : pNode->m_Properties)
+            for (const detail::Property* pp = pNode->PropertiesBegin(), *end = pNode->PropertiesEnd(); pp != end; ++pp)
             {
+                const detail::Property& p = *pp;
                 if (p.Name[0] != 'p' || !IsAccessDeciding(p.Name))
                     continue;
-                CNodeImpl* pTarget = FindNode(p.Value);
+                CNodeImpl* pTarget = FindNode(p.Value());
                 if (pTarget && ReachesNoCache(pTarget, state))
                 {
                     pNode->m_AccessModeCacheable = No;
@@ -598,8 +765,7 @@ namespace GenApi
         for (auto& up : m_Nodes)
         {
             up->Finish();
-            up->Compact();
-            if (up->m_PollingTime > 0)
+            if (up->PollingTime() > 0)
                 m_PolledNodes.push_back(up.get());
         }
     }
@@ -624,7 +790,7 @@ namespace GenApi
             // depends on them is then reached by the walk upwards below
             for (size_t i = 0; i < queue.size(); ++i)
             {
-                for (CNodeImpl* c : queue[i]->m_ValueChildren)
+                for (CNodeImpl* c : queue[i]->LinkList(detail::lkValueChildren))
                 {
                     if (c->m_VisitMark != m_VisitEpoch)
                     {
@@ -780,11 +946,13 @@ namespace GenApi
             {
                 if (!p->IsPollingActive())
                     continue;
-                p->m_PollElapsed += ElapsedTime;
-                if (p->m_PollElapsed < p->m_PollingTime)
+                // Polled nodes have a polling time, so they have their extras
+                detail::NodeExtras& extras = p->Extras();
+                extras.PollElapsed += ElapsedTime;
+                if (extras.PollElapsed < extras.PollingTime)
                     continue;
-                p->m_PollElapsed = 0;
-                if (p->m_pBlockPolling && CNodeImpl::ReadBool(p->m_pBlockPolling))
+                extras.PollElapsed = 0;
+                if (extras.pBlockPolling && CNodeImpl::ReadBool(extras.pBlockPolling))
                     continue;
                 NotifyChanged(p, true);
             }

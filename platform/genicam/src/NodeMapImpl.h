@@ -3,6 +3,7 @@
 
 #include "NodeImpl.h"
 
+#include <array>
 #include <memory>
 #include <string>
 #include <unordered_map>
@@ -51,8 +52,21 @@ namespace GenApi
         //! Keeps a copy of a text (NUL-terminated) for the node map's lifetime; the copies of all
         //! properties share a few large blocks instead of one allocation each
         std::string_view StoreText(std::string_view Text);
-        //! Interns a property name so that every node shares one copy
+        //! Keeps a property's value and attribute as one text: value NUL attribute NUL
+        const char* StoreProperty(std::string_view Value, std::string_view Attribute);
+        //! Interns a name (of a property or a node) so that every node shares one copy; the result
+        //! is NUL-terminated
         const char* Intern(std::string_view Name);
+
+        //! While loading: a node's properties and link lists, kept per node until the node map
+        //! packs them into one array each (properties before Setup, links once the graph stands)
+        void AddLoadProperty(const CNodeImpl* pNode, const detail::Property& Property);
+        std::vector<CNodeImpl*>& LoadLinks(const CNodeImpl* pNode, detail::ELinkList List)
+        {
+            return m_LoadLinks[pNode->Index()][List];
+        }
+        const detail::Property* PropertyArena() const { return m_Properties.data(); }
+        CNodeImpl* const* LinkArena() const { return m_LinkArena.data(); }
 
         //! Invalidates a node and everything that depends on it, collecting their callbacks.
         //! Downward also drops the cached values the node is computed from (an explicit
@@ -93,6 +107,12 @@ namespace GenApi
         void FinishLoad();
         void ComputeCaching(CNodeImpl* pNode);
         bool ReachesNoCache(CNodeImpl* pNode, std::vector<uint8_t>& State);
+        void PackProperties();
+        void DedupLinks();
+        void PackLinks();
+        void AddName(CNodeImpl* pNode);
+        void RehashNames(size_t Capacity);
+        void DropLoadState();
 
         std::string m_DeviceName;
         mutable CLock m_Lock;
@@ -104,11 +124,18 @@ namespace GenApi
         std::vector<CNodeImpl*> m_Fired;
 
         std::vector<std::unique_ptr<CNodeImpl>> m_Nodes;
-        std::unordered_map<std::string_view, CNodeImpl*> m_ByName; // keys view the nodes' names
+        // Nodes by name: open addressing over node index + 1 (0 is a free slot), at most half full
+        std::vector<uint32_t> m_NameTable;
         std::vector<std::unique_ptr<char[]>> m_TextBlocks;
-        std::unordered_set<std::string_view> m_StoredTexts; // equal texts are stored once
+        std::unordered_set<std::string_view> m_StoredTexts; // equal texts are stored once (while loading)
+        std::string m_TextKey;                              // scratch for StoreProperty
         size_t m_TextBlockUsed = 0;
         size_t m_TextBlockSize = 0;
+        size_t m_TextBlockMinimum = 64 * 1024; // smaller for small descriptions
+        std::vector<detail::Property> m_Properties;                                  // every node's, in node order
+        std::vector<CNodeImpl*> m_LinkArena;                                         // every node's link lists
+        std::vector<std::vector<detail::Property>> m_LoadProperties;                 // by node index, while loading
+        std::vector<std::array<std::vector<CNodeImpl*>, detail::lkCount>> m_LoadLinks; // likewise
         std::vector<CNodeImpl*> m_PolledNodes;
         std::vector<std::pair<CNodeImpl*, std::vector<CNodeImpl*>>> m_StructGroups;
         int m_AnonymousCount = 0;
@@ -123,6 +150,12 @@ namespace GenApi
         Version_t m_SchemaVersion{0, 0, 0};
         Version_t m_DeviceVersion{0, 0, 0};
     };
+
+    inline detail::NodeSpan CNodeImpl::LinkList(detail::ELinkList List) const
+    {
+        CNodeImpl* const* base = m_pMap->LinkArena();
+        return detail::NodeSpan(base + m_Links[List], base + m_Links[List + 1]);
+    }
 
     //! Holds the node map's lock for one public operation and fires callbacks at its end
     class COperation

@@ -17,7 +17,7 @@ namespace GenApi
         m_pValue = Link("pValue");
         m_Value = PropertyInt("Value", 0);
         if (!m_pValue && !HasProperty("Value"))
-            throw RUNTIME_EXCEPTION("Node '%s': an Enumeration needs Value or pValue", m_Name.c_str());
+            throw RUNTIME_EXCEPTION("Node '%s': an Enumeration needs Value or pValue", m_Name);
     }
 
     EAccessMode CEnumerationNode::NaturalAccessMode() const { return m_pValue ? m_pValue->GetAccessMode() : RW; }
@@ -58,7 +58,7 @@ namespace GenApi
             CEnumEntryNode* pEntry = FindEntry(value);
             if (!pEntry || !IsAvailable(pEntry->GetAccessMode()))
                 throw OUT_OF_RANGE_EXCEPTION("Node '%s': value %lld is not the value of an available entry",
-                                             m_Name.c_str(), static_cast<long long>(value));
+                                             m_Name, static_cast<long long>(value));
         }
         if (m_CachingMode != NoCache)
         {
@@ -77,11 +77,11 @@ namespace GenApi
             CheckWritable();
             CEnumEntryNode* pEntry = FindEntry(Value);
             if (!pEntry)
-                throw OUT_OF_RANGE_EXCEPTION("Node '%s': %lld is the value of no entry", m_Name.c_str(),
+                throw OUT_OF_RANGE_EXCEPTION("Node '%s': %lld is the value of no entry", m_Name,
                                              static_cast<long long>(Value));
             if (!IsAvailable(pEntry->GetAccessMode()))
-                throw OUT_OF_RANGE_EXCEPTION("Node '%s': entry '%s' is not available", m_Name.c_str(),
-                                             pEntry->m_Symbolic.c_str());
+                throw OUT_OF_RANGE_EXCEPTION("Node '%s': entry '%s' is not available", m_Name,
+                                             pEntry->m_Symbolic);
         }
         m_ValueCacheValid = false;
         WriteInt(Value, Verify);
@@ -112,7 +112,7 @@ namespace GenApi
     IEnumEntry* CEnumerationNode::GetEntryByName(const gcstring& Symbolic)
     {
         COperation op(m_pMap);
-        CNodeImpl* p = m_pMap->FindNode("EnumEntry_" + m_Name + "_" + std::string(Symbolic));
+        CNodeImpl* p = m_pMap->FindNode(std::string("EnumEntry_") + m_Name + "_" + std::string(Symbolic));
         if (p && p->Kind() == detail::ENodeKind::EnumEntry)
         {
             CEnumEntryNode* pEntry = static_cast<CEnumEntryNode*>(p);
@@ -120,7 +120,7 @@ namespace GenApi
                 return pEntry;
         }
         for (CEnumEntryNode* pEntry : m_Entries)
-            if (pEntry->m_Symbolic == Symbolic)
+            if (Symbolic == pEntry->m_Symbolic)
                 return pEntry;
         return nullptr;
     }
@@ -143,7 +143,7 @@ namespace GenApi
         const int64_t value = GetIntValue(Verify, IgnoreCache);
         CEnumEntryNode* pEntry = FindEntry(value);
         if (!pEntry)
-            throw RUNTIME_EXCEPTION("Node '%s': the current value %lld is the value of no entry", m_Name.c_str(),
+            throw RUNTIME_EXCEPTION("Node '%s': the current value %lld is the value of no entry", m_Name,
                                     static_cast<long long>(value));
         return pEntry->m_Symbolic;
     }
@@ -153,10 +153,10 @@ namespace GenApi
         COperation op(m_pMap);
         IEnumEntry* p = GetEntryByName(ValueStr);
         if (!p)
-            throw INVALID_ARGUMENT_EXCEPTION("Node '%s' has no entry '%s'", m_Name.c_str(), ValueStr.c_str());
+            throw INVALID_ARGUMENT_EXCEPTION("Node '%s' has no entry '%s'", m_Name, ValueStr.c_str());
         CEnumEntryNode* pEntry = dynamic_cast<CEnumEntryNode*>(p);
         if (Verify && !IsAvailable(pEntry->GetAccessMode()))
-            throw OUT_OF_RANGE_EXCEPTION("Node '%s': entry '%s' is not available", m_Name.c_str(), ValueStr.c_str());
+            throw OUT_OF_RANGE_EXCEPTION("Node '%s': entry '%s' is not available", m_Name, ValueStr.c_str());
         SetIntValue(pEntry->m_Value, Verify);
     }
 
@@ -200,7 +200,7 @@ namespace GenApi
 
     void CEnumEntryNode::FromString(const gcstring&, bool)
     {
-        throw ACCESS_EXCEPTION("Node '%s' is an enumeration entry and cannot be written", m_Name.c_str());
+        throw ACCESS_EXCEPTION("Node '%s' is an enumeration entry and cannot be written", m_Name);
     }
 
     int64_t CEnumEntryNode::GetValue() { return m_Value; }
@@ -220,7 +220,7 @@ namespace GenApi
         m_OffValue = PropertyInt("OffValue", 0);
         m_Value = PropertyInt("Value", m_OffValue);
         if (!m_pValue && !HasProperty("Value"))
-            throw RUNTIME_EXCEPTION("Node '%s': a Boolean needs Value or pValue", m_Name.c_str());
+            throw RUNTIME_EXCEPTION("Node '%s': a Boolean needs Value or pValue", m_Name);
     }
 
     EAccessMode CBooleanNode::NaturalAccessMode() const { return m_pValue ? m_pValue->GetAccessMode() : RW; }
@@ -232,7 +232,7 @@ namespace GenApi
         const int64_t raw = m_pValue ? m_pValue->InternalGetInt(Verify, IgnoreCache) : m_Value;
         if (Verify && raw != m_OnValue && raw != m_OffValue)
             throw OUT_OF_RANGE_EXCEPTION("Node '%s': value %lld is neither OnValue %lld nor OffValue %lld",
-                                         m_Name.c_str(), static_cast<long long>(raw),
+                                         m_Name, static_cast<long long>(raw),
                                          static_cast<long long>(m_OnValue), static_cast<long long>(m_OffValue));
         return raw == m_OnValue;
     }
@@ -304,7 +304,7 @@ namespace GenApi
         m_CommandValue = PropertyInt("CommandValue", 1);
         m_pCommandValue = Link("pCommandValue");
         if (!m_pValue && !HasProperty("Value"))
-            throw RUNTIME_EXCEPTION("Node '%s': a Command needs Value or pValue", m_Name.c_str());
+            throw RUNTIME_EXCEPTION("Node '%s': a Command needs Value or pValue", m_Name);
     }
 
     EAccessMode CCommandNode::NaturalAccessMode() const { return m_pValue ? m_pValue->GetAccessMode() : RW; }
@@ -356,7 +356,7 @@ namespace GenApi
     {
         COperation op(m_pMap);
         if (Verify && !IsAvailable(GetAccessMode()))
-            throw ACCESS_EXCEPTION("Node '%s' is not available", m_Name.c_str());
+            throw ACCESS_EXCEPTION("Node '%s' is not available", m_Name);
         CEvalGuard guard(this, aspValue);
         return InternalIsDone(Verify);
     }
@@ -389,8 +389,8 @@ namespace GenApi
         {
             m_pValue = Link("pValue");
             if (m_pValue && !dynamic_cast<IString*>(m_pValue))
-                throw RUNTIME_EXCEPTION("Node '%s': pValue refers to '%s', which is not a string", m_Name.c_str(),
-                                        m_pValue->Name().c_str());
+                throw RUNTIME_EXCEPTION("Node '%s': pValue refers to '%s', which is not a string", m_Name,
+                                        m_pValue->Name());
             m_Value = PropertyText("Value");
         }
     }
@@ -412,7 +412,7 @@ namespace GenApi
         {
             const int64_t length = m_Reg.GetLength();
             if (length < 0 || length > (int64_t(1) << 24))
-                throw RUNTIME_EXCEPTION("Node '%s': string register length %lld is not usable", m_Name.c_str(),
+                throw RUNTIME_EXCEPTION("Node '%s': string register length %lld is not usable", m_Name,
                                         static_cast<long long>(length));
             std::string buffer(static_cast<size_t>(length), '\0');
             m_Reg.Read(this, reinterpret_cast<uint8_t*>(&buffer[0]), length);
@@ -433,7 +433,7 @@ namespace GenApi
             const int64_t length = m_Reg.GetLength();
             if (static_cast<int64_t>(Value.size()) > length)
                 throw OUT_OF_RANGE_EXCEPTION("Node '%s': a string of %zu characters does not fit %lld bytes",
-                                             m_Name.c_str(), Value.size(), static_cast<long long>(length));
+                                             m_Name, Value.size(), static_cast<long long>(length));
             std::string buffer(static_cast<size_t>(length), '\0');
             std::memcpy(&buffer[0], Value.data(), Value.size());
             m_Reg.Write(this, reinterpret_cast<const uint8_t*>(buffer.data()), length);
@@ -468,7 +468,7 @@ namespace GenApi
         {
             CheckWritable();
             if (static_cast<int64_t>(Value.size()) > GetMaxLength())
-                throw OUT_OF_RANGE_EXCEPTION("Node '%s': the string is longer than %lld characters", m_Name.c_str(),
+                throw OUT_OF_RANGE_EXCEPTION("Node '%s': the string is longer than %lld characters", m_Name,
                                              static_cast<long long>(GetMaxLength()));
         }
         m_ValueCacheValid = false;
@@ -526,7 +526,7 @@ namespace GenApi
         const int64_t registerLength = m_Reg.GetLength();
         if (Length < 0 || Length > registerLength)
             throw OUT_OF_RANGE_EXCEPTION("Node '%s': %lld bytes requested from a register of %lld bytes",
-                                         m_Name.c_str(), static_cast<long long>(Length),
+                                         m_Name, static_cast<long long>(Length),
                                          static_cast<long long>(registerLength));
         if (IgnoreCache || !m_ValueCacheValid || static_cast<int64_t>(m_Cache.size()) != registerLength)
         {
@@ -558,7 +558,7 @@ namespace GenApi
         const int64_t registerLength = m_Reg.GetLength();
         if (Length < 0 || Length > registerLength)
             throw OUT_OF_RANGE_EXCEPTION("Node '%s': %lld bytes written to a register of %lld bytes",
-                                         m_Name.c_str(), static_cast<long long>(Length),
+                                         m_Name, static_cast<long long>(Length),
                                          static_cast<long long>(registerLength));
         if (Length > 0)
             CHECK_NULL_ARGUMENT(pBuffer);
@@ -578,7 +578,7 @@ namespace GenApi
         COperation op(m_pMap);
         const int64_t length = GetLength();
         if (length < 0 || length > (int64_t(1) << 24))
-            throw RUNTIME_EXCEPTION("Node '%s': register length %lld is not usable", m_Name.c_str(),
+            throw RUNTIME_EXCEPTION("Node '%s': register length %lld is not usable", m_Name,
                                     static_cast<long long>(length));
         std::vector<uint8_t> bytes(static_cast<size_t>(length));
         Get(bytes.data(), length, Verify, IgnoreCache);
@@ -590,7 +590,7 @@ namespace GenApi
         COperation op(m_pMap);
         const int64_t length = GetLength();
         if (length < 0 || length > (int64_t(1) << 24))
-            throw RUNTIME_EXCEPTION("Node '%s': register length %lld is not usable", m_Name.c_str(),
+            throw RUNTIME_EXCEPTION("Node '%s': register length %lld is not usable", m_Name,
                                     static_cast<long long>(length));
         std::vector<uint8_t> bytes(static_cast<size_t>(length));
         detail::RegisterFromString(ValueStr, bytes.data(), bytes.size());
@@ -637,7 +637,7 @@ namespace GenApi
 
     void CCategoryNode::FromString(const gcstring&, bool)
     {
-        throw ACCESS_EXCEPTION("Node '%s' is a category and has no value to write", m_Name.c_str());
+        throw ACCESS_EXCEPTION("Node '%s' is a category and has no value to write", m_Name);
     }
 
     // ================================================================ CPortNode
@@ -657,14 +657,14 @@ namespace GenApi
     void CPortNode::PortRead(void* pBuffer, int64_t Address, int64_t Length)
     {
         if (!m_pPort)
-            throw ACCESS_EXCEPTION("Port '%s' is not connected", m_Name.c_str());
+            throw ACCESS_EXCEPTION("Port '%s' is not connected", m_Name);
         m_pPort->Read(pBuffer, Address, Length);
     }
 
     void CPortNode::PortWrite(const void* pBuffer, int64_t Address, int64_t Length)
     {
         if (!m_pPort)
-            throw ACCESS_EXCEPTION("Port '%s' is not connected", m_Name.c_str());
+            throw ACCESS_EXCEPTION("Port '%s' is not connected", m_Name);
         m_pPort->Write(pBuffer, Address, Length);
     }
 
