@@ -47,17 +47,16 @@ namespace GenApi
     void CFloatBase::Setup()
     {
         CNodeImpl::Setup();
-        m_ImposedMin = -DBL_MAX;
-        m_ImposedMax = DBL_MAX;
-        m_pMin = Link("pMin");
-        m_pMax = Link("pMax");
-        m_pInc = Link("pInc");
-        m_HasMin = HasProperty("Min");
-        m_HasMax = HasProperty("Max");
-        m_HasInc = HasProperty("Inc");
-        m_Min = PropertyFloat("Min", -DBL_MAX);
-        m_Max = PropertyFloat("Max", DBL_MAX);
-        m_Inc = PropertyFloat("Inc", 0);
+        std::unique_ptr<detail::ValueRange<double>> range(new detail::ValueRange<double>);
+        range->pMin = Link("pMin");
+        range->pMax = Link("pMax");
+        range->pInc = Link("pInc");
+        range->HasMin = HasProperty("Min");
+        range->HasMax = HasProperty("Max");
+        range->HasInc = HasProperty("Inc");
+        range->Min = PropertyFloat("Min", -DBL_MAX);
+        range->Max = PropertyFloat("Max", DBL_MAX);
+        range->Inc = PropertyFloat("Inc", 0);
         if (const detail::Property* p = FindProperty("ValidValueSet"))
         {
             std::string cur;
@@ -66,13 +65,14 @@ namespace GenApi
                 if (c == ';' || c == ',')
                 {
                     if (!cur.empty())
-                        m_ValidValueSet.push_back(detail::FloatFromString(cur));
+                        range->ValidValueSet.push_back(detail::FloatFromString(cur));
                     cur.clear();
                 }
                 else if (c != ' ')
                     cur += c;
             }
         }
+        SetRange(std::move(range));
         m_Representation = ParseRepresentationText(PropertyText("Representation"));
         m_HasUnit = HasProperty("Unit");
         if (const detail::Property* p = FindProperty("Unit"))
@@ -151,13 +151,13 @@ namespace GenApi
             throw ACCESS_EXCEPTION("Node '%s' is not available, so it has no minimum", m_Name);
         CEvalGuard guard(this, aspMin);
         double min;
-        if (m_pMin)
-            min = m_pMin->InternalGetFloat(false, false);
-        else if (m_HasMin)
-            min = m_Min;
+        if (Range().pMin)
+            min = Range().pMin->InternalGetFloat(false, false);
+        else if (Range().HasMin)
+            min = Range().Min;
         else
             min = NaturalMin();
-        return std::max(min, m_ImposedMin);
+        return std::max(min, Range().ImposedMin);
     }
 
     double CFloatBase::GetMax()
@@ -167,25 +167,25 @@ namespace GenApi
             throw ACCESS_EXCEPTION("Node '%s' is not available, so it has no maximum", m_Name);
         CEvalGuard guard(this, aspMax);
         double max;
-        if (m_pMax)
-            max = m_pMax->InternalGetFloat(false, false);
-        else if (m_HasMax)
-            max = m_Max;
+        if (Range().pMax)
+            max = Range().pMax->InternalGetFloat(false, false);
+        else if (Range().HasMax)
+            max = Range().Max;
         else
             max = NaturalMax();
-        return std::min(max, m_ImposedMax);
+        return std::min(max, Range().ImposedMax);
     }
 
     bool CFloatBase::HasInc()
     {
         COperation op(m_pMap);
-        return m_pInc || m_HasInc || NaturalHasInc();
+        return Range().pInc || Range().HasInc || NaturalHasInc();
     }
 
     EIncMode CFloatBase::GetIncMode()
     {
         COperation op(m_pMap);
-        if (!m_ValidValueSet.empty())
+        if (!Range().ValidValueSet.empty())
             return listIncrement;
         return HasInc() ? fixedIncrement : noIncrement;
     }
@@ -198,10 +198,10 @@ namespace GenApi
         if (!HasInc())
             throw ACCESS_EXCEPTION("Node '%s' has no increment", m_Name);
         CEvalGuard guard(this, aspInc);
-        if (m_pInc)
-            return m_pInc->InternalGetFloat(false, false);
-        if (m_HasInc)
-            return m_Inc;
+        if (Range().pInc)
+            return Range().pInc->InternalGetFloat(false, false);
+        if (Range().HasInc)
+            return Range().Inc;
         return NaturalInc();
     }
 
@@ -209,7 +209,7 @@ namespace GenApi
     {
         COperation op(m_pMap);
         double_autovector_t list;
-        if (m_ValidValueSet.empty())
+        if (Range().ValidValueSet.empty())
             return list;
         double min = -DBL_MAX, max = DBL_MAX;
         if (bounded)
@@ -217,7 +217,7 @@ namespace GenApi
             min = GetMin();
             max = GetMax();
         }
-        for (double v : m_ValidValueSet)
+        for (double v : Range().ValidValueSet)
             if (v >= min && v <= max)
                 list.push_back(v);
         return list;
@@ -252,14 +252,14 @@ namespace GenApi
     void CFloatBase::ImposeMin(double Value)
     {
         COperation op(m_pMap);
-        m_ImposedMin = Value;
+        WritableRange().ImposedMin = Value;
         m_pMap->NotifyChanged(this);
     }
 
     void CFloatBase::ImposeMax(double Value)
     {
         COperation op(m_pMap);
-        m_ImposedMax = Value;
+        WritableRange().ImposedMax = Value;
         m_pMap->NotifyChanged(this);
     }
 

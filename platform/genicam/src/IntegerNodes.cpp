@@ -63,23 +63,25 @@ namespace GenApi
     void CIntegerBase::Setup()
     {
         CNodeImpl::Setup();
-        m_pMin = Link("pMin");
-        m_pMax = Link("pMax");
-        m_pInc = Link("pInc");
-        m_HasMin = HasProperty("Min");
-        m_HasMax = HasProperty("Max");
-        m_HasInc = HasProperty("Inc");
-        m_Min = PropertyInt("Min", INT64_MIN);
-        m_Max = PropertyInt("Max", INT64_MAX);
-        m_Inc = PropertyInt("Inc", 1);
-        if (m_HasInc && m_Inc <= 0)
+        std::unique_ptr<detail::ValueRange<int64_t>> range(new detail::ValueRange<int64_t>);
+        range->pMin = Link("pMin");
+        range->pMax = Link("pMax");
+        range->pInc = Link("pInc");
+        range->HasMin = HasProperty("Min");
+        range->HasMax = HasProperty("Max");
+        range->HasInc = HasProperty("Inc");
+        range->Min = PropertyInt("Min", INT64_MIN);
+        range->Max = PropertyInt("Max", INT64_MAX);
+        range->Inc = PropertyInt("Inc", 1);
+        if (range->HasInc && range->Inc <= 0)
             throw RUNTIME_EXCEPTION("Node '%s': Inc must be positive, not %lld", m_Name,
-                                    static_cast<long long>(m_Inc));
+                                    static_cast<long long>(range->Inc));
         if (const detail::Property* p = FindProperty("ValidValueSet"))
         {
             for (const std::string& part : SplitList(p->Value()))
-                m_ValidValueSet.push_back(detail::IntegerFromString(part, PureNumber));
+                range->ValidValueSet.push_back(detail::IntegerFromString(part, PureNumber));
         }
+        SetRange(std::move(range));
         m_Representation = ParseRepresentation(PropertyText("Representation"));
         m_HasUnit = HasProperty("Unit");
         if (const detail::Property* p = FindProperty("Unit"))
@@ -141,9 +143,9 @@ namespace GenApi
         if (Value > max)
             throw OUT_OF_RANGE_EXCEPTION("Node '%s': value %lld must be equal or smaller than Max = %lld",
                                          m_Name, static_cast<long long>(Value), static_cast<long long>(max));
-        if (!m_ValidValueSet.empty())
+        if (!Range().ValidValueSet.empty())
         {
-            for (int64_t v : m_ValidValueSet)
+            for (int64_t v : Range().ValidValueSet)
                 if (v == Value)
                     return;
             throw OUT_OF_RANGE_EXCEPTION("Node '%s': value %lld is not in the set of valid values", m_Name,
@@ -168,13 +170,13 @@ namespace GenApi
             throw ACCESS_EXCEPTION("Node '%s' is not available, so it has no minimum", m_Name);
         CEvalGuard guard(this, aspMin);
         int64_t min;
-        if (m_pMin)
-            min = m_pMin->InternalGetInt(false, false);
-        else if (m_HasMin)
-            min = m_Min;
+        if (Range().pMin)
+            min = Range().pMin->InternalGetInt(false, false);
+        else if (Range().HasMin)
+            min = Range().Min;
         else
             min = NaturalMin();
-        return std::max(min, m_ImposedMin);
+        return std::max(min, Range().ImposedMin);
     }
 
     int64_t CIntegerBase::GetMax()
@@ -184,18 +186,18 @@ namespace GenApi
             throw ACCESS_EXCEPTION("Node '%s' is not available, so it has no maximum", m_Name);
         CEvalGuard guard(this, aspMax);
         int64_t max;
-        if (m_pMax)
-            max = m_pMax->InternalGetInt(false, false);
-        else if (m_HasMax)
-            max = m_Max;
+        if (Range().pMax)
+            max = Range().pMax->InternalGetInt(false, false);
+        else if (Range().HasMax)
+            max = Range().Max;
         else
             max = NaturalMax();
-        return std::min(max, m_ImposedMax);
+        return std::min(max, Range().ImposedMax);
     }
 
     EIncMode CIntegerBase::GetIncMode()
     {
-        return m_ValidValueSet.empty() ? fixedIncrement : listIncrement;
+        return Range().ValidValueSet.empty() ? fixedIncrement : listIncrement;
     }
 
     int64_t CIntegerBase::GetInc()
@@ -205,10 +207,10 @@ namespace GenApi
             throw ACCESS_EXCEPTION("Node '%s' is not available, so it has no increment", m_Name);
         CEvalGuard guard(this, aspInc);
         int64_t inc;
-        if (m_pInc)
-            inc = m_pInc->InternalGetInt(false, false);
-        else if (m_HasInc)
-            inc = m_Inc;
+        if (Range().pInc)
+            inc = Range().pInc->InternalGetInt(false, false);
+        else if (Range().HasInc)
+            inc = Range().Inc;
         else
             inc = NaturalInc();
         return inc > 0 ? inc : 1;
@@ -218,7 +220,7 @@ namespace GenApi
     {
         COperation op(m_pMap);
         int64_autovector_t list;
-        if (m_ValidValueSet.empty())
+        if (Range().ValidValueSet.empty())
             return list;
         int64_t min = INT64_MIN, max = INT64_MAX;
         if (bounded)
@@ -226,7 +228,7 @@ namespace GenApi
             min = GetMin();
             max = GetMax();
         }
-        for (int64_t v : m_ValidValueSet)
+        for (int64_t v : Range().ValidValueSet)
             if (v >= min && v <= max)
                 list.push_back(v);
         return list;
@@ -249,14 +251,14 @@ namespace GenApi
     void CIntegerBase::ImposeMin(int64_t Value)
     {
         COperation op(m_pMap);
-        m_ImposedMin = Value;
+        WritableRange().ImposedMin = Value;
         m_pMap->NotifyChanged(this);
     }
 
     void CIntegerBase::ImposeMax(int64_t Value)
     {
         COperation op(m_pMap);
-        m_ImposedMax = Value;
+        WritableRange().ImposedMax = Value;
         m_pMap->NotifyChanged(this);
     }
 
@@ -355,13 +357,16 @@ namespace GenApi
     {
         for (const detail::Property* p : pNode->FindProperties("Address"))
             m_Address += static_cast<uint64_t>(detail::IntegerFromString(p->Value(), PureNumber));
-        m_pAddresses = pNode->Links("pAddress");
-        m_pIndex = pNode->Link("pIndex");
-        m_HasOffset = pNode->HasProperty("Offset");
-        m_Offset = pNode->PropertyInt("Offset", 0);
-        m_pOffset = pNode->Link("pOffset");
+        std::unique_ptr<detail::RegisterExtras> extras(new detail::RegisterExtras);
+        extras->pAddresses = pNode->Links("pAddress");
+        extras->pIndex = pNode->Link("pIndex");
+        extras->HasOffset = pNode->HasProperty("Offset");
+        extras->Offset = pNode->PropertyInt("Offset", 0);
+        extras->pOffset = pNode->Link("pOffset");
+        extras->pLength = pNode->Link("pLength");
+        if (!extras->pAddresses.empty() || extras->pIndex || extras->HasOffset || extras->pOffset || extras->pLength)
+            m_pExtras = std::move(extras);
         m_Length = pNode->PropertyInt("Length", 0);
-        m_pLength = pNode->Link("pLength");
         m_pPort = pNode->Link("pPort");
         if (m_pPort && m_pPort->Kind() != detail::ENodeKind::Port)
             throw RUNTIME_EXCEPTION("Node '%s': pPort refers to '%s', which is not a Port", pNode->Name(),
@@ -374,24 +379,27 @@ namespace GenApi
 
     int64_t CRegisterInfo::GetLength() const
     {
-        if (m_pLength)
-            return m_pLength->InternalGetInt(false, false);
+        if (m_pExtras && m_pExtras->pLength)
+            return m_pExtras->pLength->InternalGetInt(false, false);
         return m_Length;
     }
 
     int64_t CRegisterInfo::GetAddress(CNodeImpl*) const
     {
         uint64_t address = m_Address;
-        for (CNodeImpl* p : m_pAddresses)
+        if (!m_pExtras)
+            return static_cast<int64_t>(address);
+        const detail::RegisterExtras& extras = *m_pExtras;
+        for (CNodeImpl* p : extras.pAddresses)
             address += static_cast<uint64_t>(p->InternalGetInt(false, false));
-        if (m_pIndex)
+        if (extras.pIndex)
         {
-            const int64_t index = m_pIndex->InternalGetInt(false, false);
+            const int64_t index = extras.pIndex->InternalGetInt(false, false);
             int64_t offset;
-            if (m_pOffset)
-                offset = m_pOffset->InternalGetInt(false, false);
-            else if (m_HasOffset)
-                offset = m_Offset;
+            if (extras.pOffset)
+                offset = extras.pOffset->InternalGetInt(false, false);
+            else if (extras.HasOffset)
+                offset = extras.Offset;
             else
                 offset = GetLength();
             address += static_cast<uint64_t>(index) * static_cast<uint64_t>(offset);
@@ -534,18 +542,21 @@ namespace GenApi
     void CMaskedIntRegNode::Setup()
     {
         CIntRegNode::Setup();
+        int64_t lsb, msb;
         if (HasProperty("Bit"))
         {
-            m_Lsb = m_Msb = PropertyInt("Bit", 0);
+            lsb = msb = PropertyInt("Bit", 0);
         }
         else
         {
-            m_Lsb = PropertyInt("LSB", 0);
-            m_Msb = PropertyInt("MSB", m_Lsb);
+            lsb = PropertyInt("LSB", 0);
+            msb = PropertyInt("MSB", lsb);
         }
-        if (m_Lsb < 0 || m_Msb < 0 || m_Lsb > 63 || m_Msb > 63)
+        if (lsb < 0 || msb < 0 || lsb > 63 || msb > 63)
             throw RUNTIME_EXCEPTION("Node '%s': bit positions LSB = %lld, MSB = %lld are outside 0..63",
-                                    m_Name, static_cast<long long>(m_Lsb), static_cast<long long>(m_Msb));
+                                    m_Name, static_cast<long long>(lsb), static_cast<long long>(msb));
+        m_Lsb = static_cast<uint8_t>(lsb);
+        m_Msb = static_cast<uint8_t>(msb);
     }
 
     void CMaskedIntRegNode::FieldBits(int64_t Length, unsigned& Low, unsigned& Width) const

@@ -9,7 +9,9 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 #include <memory>
+#include <type_traits>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -73,6 +75,48 @@ namespace GenApi
             CNodeImpl* pCastAlias = nullptr;
             int64_t PollingTime = -1;
             int64_t PollElapsed = 0;
+        };
+
+        //! Range of an Integer or Float node as the description gives it, and what the application
+        //! imposed. Most registers have none, so the nodes keep it out of line.
+        template <class T>
+        struct ValueRange
+        {
+            CNodeImpl* pMin = nullptr;
+            CNodeImpl* pMax = nullptr;
+            CNodeImpl* pInc = nullptr;
+            bool HasMin = false;
+            bool HasMax = false;
+            bool HasInc = false;
+            T Min = std::numeric_limits<T>::lowest();
+            T Max = std::numeric_limits<T>::max();
+            T Inc = std::is_integral<T>::value ? 1 : 0;
+            T ImposedMin = std::numeric_limits<T>::lowest();
+            T ImposedMax = std::numeric_limits<T>::max();
+            std::vector<T> ValidValueSet;
+
+            bool IsDefault() const
+            {
+                return !pMin && !pMax && !pInc && !HasMin && !HasMax && !HasInc && ValidValueSet.empty()
+                       && ImposedMin == std::numeric_limits<T>::lowest() && ImposedMax == std::numeric_limits<T>::max();
+            }
+            //! The range of nodes without one
+            static const ValueRange& Default()
+            {
+                static const ValueRange range;
+                return range;
+            }
+        };
+
+        //! Parts of a register's address and length that few registers use
+        struct RegisterExtras
+        {
+            std::vector<CNodeImpl*> pAddresses;
+            CNodeImpl* pIndex = nullptr;
+            int64_t Offset = 0;
+            CNodeImpl* pOffset = nullptr;
+            bool HasOffset = false;
+            CNodeImpl* pLength = nullptr;
         };
 
         //! Registered callbacks of a node; a deregistered one leaves a hole (null) while a
@@ -393,18 +437,23 @@ namespace GenApi
         virtual bool CacheWrittenValue() const { return true; }
         void CheckRange(int64_t Value);
 
-        CNodeImpl* m_pMin = nullptr;
-        CNodeImpl* m_pMax = nullptr;
-        CNodeImpl* m_pInc = nullptr;
-        bool m_HasMin = false;
-        bool m_HasMax = false;
-        bool m_HasInc = false;
-        int64_t m_Min = 0;
-        int64_t m_Max = 0;
-        int64_t m_Inc = 1;
-        int64_t m_ImposedMin = INT64_MIN;
-        int64_t m_ImposedMax = INT64_MAX;
-        std::vector<int64_t> m_ValidValueSet;
+        const detail::ValueRange<int64_t>& Range() const
+        {
+            return m_pRange ? *m_pRange : detail::ValueRange<int64_t>::Default();
+        }
+        detail::ValueRange<int64_t>& WritableRange()
+        {
+            if (!m_pRange)
+                m_pRange.reset(new detail::ValueRange<int64_t>);
+            return *m_pRange;
+        }
+        //! Keeps Range only if it differs from the default
+        void SetRange(std::unique_ptr<detail::ValueRange<int64_t>> Range)
+        {
+            m_pRange = Range->IsDefault() ? nullptr : std::move(Range);
+        }
+
+        std::unique_ptr<detail::ValueRange<int64_t>> m_pRange; // null: the default range
         ERepresentation m_Representation = _UndefinedRepresentation;
         const char* m_Unit = ""; // in the text pool
         bool m_HasUnit = false;
@@ -547,6 +596,7 @@ namespace GenApi
     class CRegisterInfo
     {
     public:
+        CRegisterInfo() : m_AccessMode(RO), m_Endianess(LittleEndian), m_Sign(Unsigned) {}
         void Setup(CNodeImpl* pNode);
         int64_t GetAddress(CNodeImpl* pNode) const;
         int64_t GetLength() const;
@@ -555,17 +605,12 @@ namespace GenApi
         EAccessMode AccessMode() const;
 
         uint64_t m_Address = 0; // sum of the Address elements
-        std::vector<CNodeImpl*> m_pAddresses;
-        CNodeImpl* m_pIndex = nullptr;
-        int64_t m_Offset = 0;
-        CNodeImpl* m_pOffset = nullptr;
-        bool m_HasOffset = false;
         int64_t m_Length = 0;
-        CNodeImpl* m_pLength = nullptr;
+        std::unique_ptr<detail::RegisterExtras> m_pExtras; // null: none of them
         CNodeImpl* m_pPort = nullptr;
-        EAccessMode m_AccessMode = RO;
-        EEndianess m_Endianess = LittleEndian;
-        ESign m_Sign = Unsigned;
+        EAccessMode m_AccessMode : 8;
+        EEndianess m_Endianess : 8;
+        ESign m_Sign : 8;
     };
 
     //! IntReg: an integer of 1 to 8 bytes in a register
@@ -604,8 +649,8 @@ namespace GenApi
         //! Little-endian bit positions of the field
         void FieldBits(int64_t Length, unsigned& Low, unsigned& Width) const;
 
-        int64_t m_Lsb = 0;
-        int64_t m_Msb = 0;
+        uint8_t m_Lsb = 0;
+        uint8_t m_Msb = 0;
     };
 
     //! Evaluates a formula set against the nodes its symbols name
@@ -753,18 +798,23 @@ namespace GenApi
         virtual bool CacheWrittenValue() const { return true; }
         void CheckRange(double Value);
 
-        CNodeImpl* m_pMin = nullptr;
-        CNodeImpl* m_pMax = nullptr;
-        CNodeImpl* m_pInc = nullptr;
-        bool m_HasMin = false;
-        bool m_HasMax = false;
-        bool m_HasInc = false;
-        double m_Min = 0;
-        double m_Max = 0;
-        double m_Inc = 0;
-        double m_ImposedMin;
-        double m_ImposedMax;
-        std::vector<double> m_ValidValueSet;
+        const detail::ValueRange<double>& Range() const
+        {
+            return m_pRange ? *m_pRange : detail::ValueRange<double>::Default();
+        }
+        detail::ValueRange<double>& WritableRange()
+        {
+            if (!m_pRange)
+                m_pRange.reset(new detail::ValueRange<double>);
+            return *m_pRange;
+        }
+        //! Keeps Range only if it differs from the default
+        void SetRange(std::unique_ptr<detail::ValueRange<double>> Range)
+        {
+            m_pRange = Range->IsDefault() ? nullptr : std::move(Range);
+        }
+
+        std::unique_ptr<detail::ValueRange<double>> m_pRange; // null: the default range
         ERepresentation m_Representation = _UndefinedRepresentation;
         const char* m_Unit = ""; // in the text pool
         bool m_HasUnit = false;
