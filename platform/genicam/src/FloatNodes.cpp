@@ -57,7 +57,7 @@ namespace GenApi
         range->Min = PropertyFloat("Min", -DBL_MAX);
         range->Max = PropertyFloat("Max", DBL_MAX);
         range->Inc = PropertyFloat("Inc", 0);
-        if (const detail::Property* p = FindProperty("ValidValueSet"))
+        if (const std::optional<detail::Property> p = FindProperty("ValidValueSet"))
         {
             std::string cur;
             for (char c : std::string(p->Value()) + ";")
@@ -75,7 +75,7 @@ namespace GenApi
         SetRange(std::move(range));
         m_Representation = ParseRepresentationText(PropertyText("Representation"));
         m_HasUnit = HasProperty("Unit");
-        if (const detail::Property* p = FindProperty("Unit"))
+        if (const std::optional<detail::Property> p = FindProperty("Unit"))
             m_Unit = p->Text;
         m_DisplayNotation = ParseNotation(PropertyText("DisplayNotation"));
         m_DisplayPrecision = PropertyInt("DisplayPrecision", -1);
@@ -332,7 +332,7 @@ namespace GenApi
     {
         CFloatBase::Setup();
         m_Reg.Setup(this);
-        const detail::Property* p = FindProperty("Cachable");
+        const std::optional<detail::Property> p = FindProperty("Cachable");
         m_OwnCaching = p ? CNodeImpl::OwnCachingMode() : WriteAround;
     }
 
@@ -399,7 +399,7 @@ namespace GenApi
     {
         CFloatBase::Setup();
         SetupFormulaSet(this, m_Set, false, nullptr);
-        const detail::Property* p = FindProperty("Formula");
+        const std::optional<detail::Property> p = FindProperty("Formula");
         if (!p)
             throw RUNTIME_EXCEPTION("Node '%s': a SwissKnife needs a Formula", m_Name);
         CompileFormula(this, m_Set, m_Formula, std::string(p->Value()), detail::EFormulaMode::Float, nullptr);

@@ -76,7 +76,7 @@ namespace GenApi
         if (range->HasInc && range->Inc <= 0)
             throw RUNTIME_EXCEPTION("Node '%s': Inc must be positive, not %lld", m_Name,
                                     static_cast<long long>(range->Inc));
-        if (const detail::Property* p = FindProperty("ValidValueSet"))
+        if (const std::optional<detail::Property> p = FindProperty("ValidValueSet"))
         {
             for (const std::string& part : SplitList(p->Value()))
                 range->ValidValueSet.push_back(detail::IntegerFromString(part, PureNumber));
@@ -84,7 +84,7 @@ namespace GenApi
         SetRange(std::move(range));
         m_Representation = ParseRepresentation(PropertyText("Representation"));
         m_HasUnit = HasProperty("Unit");
-        if (const detail::Property* p = FindProperty("Unit"))
+        if (const std::optional<detail::Property> p = FindProperty("Unit"))
             m_Unit = p->Text;
     }
 
@@ -355,8 +355,8 @@ namespace GenApi
 
     void CRegisterInfo::Setup(CNodeImpl* pNode)
     {
-        for (const detail::Property* p : pNode->FindProperties("Address"))
-            m_Address += static_cast<uint64_t>(detail::IntegerFromString(p->Value(), PureNumber));
+        for (const detail::Property& p : pNode->FindProperties("Address"))
+            m_Address += static_cast<uint64_t>(detail::IntegerFromString(p.Value(), PureNumber));
         std::unique_ptr<detail::RegisterExtras> extras(new detail::RegisterExtras);
         extras->pAddresses = pNode->Links("pAddress");
         extras->pIndex = pNode->Link("pIndex");
@@ -452,7 +452,7 @@ namespace GenApi
     {
         CIntegerBase::Setup();
         m_Reg.Setup(this);
-        const detail::Property* p = FindProperty("Cachable");
+        const std::optional<detail::Property> p = FindProperty("Cachable");
         m_OwnCaching = p ? CNodeImpl::OwnCachingMode() : WriteThrough;
     }
 
@@ -731,15 +731,15 @@ namespace GenApi
                     }
                 }
             }
-            for (const detail::Property* p : pNode->FindProperties("Constant"))
+            for (const detail::Property& constant : pNode->FindProperties("Constant"))
             {
-                if (p->Attribute() == Symbol)
+                if (constant.Attribute() == Symbol)
                 {
                     detail::FormulaSlot s{detail::FormulaSlot::Constant, nullptr, 0, 0, -1};
-                    s.FloatConstant = detail::FloatFromString(p->Value());
+                    s.FloatConstant = detail::FloatFromString(constant.Value());
                     try
                     {
-                        s.IntConstant = detail::IntegerFromString(p->Value(), PureNumber);
+                        s.IntConstant = detail::IntegerFromString(constant.Value(), PureNumber);
                     }
                     catch (const GenICam::GenericException&)
                     {
@@ -760,10 +760,10 @@ namespace GenApi
 
     void SetupFormulaSet(CNodeImpl* pNode, detail::FormulaSet& Set, bool, const char*)
     {
-        for (const detail::Property* p : pNode->FindProperties("pVariable"))
+        for (const detail::Property& variable : pNode->FindProperties("pVariable"))
         {
-            Set.VariableNames.push_back(std::string(p->Attribute()));
-            Set.Variables.push_back(pNode->Map()->Resolve(pNode, "pVariable", p->Value()));
+            Set.VariableNames.push_back(std::string(variable.Attribute()));
+            Set.Variables.push_back(pNode->Map()->Resolve(pNode, "pVariable", variable.Value()));
         }
     }
 
@@ -773,15 +773,15 @@ namespace GenApi
         // Expressions first (they may use variables and constants, not each other)
         if (Set.Expressions.empty())
         {
-            const std::vector<const detail::Property*> expressions = pNode->FindProperties("Expression");
-            for (const detail::Property* p : expressions)
+            const std::vector<detail::Property> expressions = pNode->FindProperties("Expression");
+            for (const detail::Property& expression : expressions)
             {
-                Set.ExpressionNames.push_back(std::string(p->Attribute()));
+                Set.ExpressionNames.push_back(std::string(expression.Attribute()));
                 Set.Expressions.emplace_back();
             }
             for (size_t i = 0; i < Set.Expressions.size(); ++i)
             {
-                const detail::Property* p = expressions[i];
+                const detail::Property* p = &expressions[i];
                 Set.Expressions[i].Compile(
                     std::string(p->Value()), Mode,
                     [&](const std::string& symbol) { return ResolveSymbol(pNode, Set, symbol, DirectionName, false); },
@@ -802,8 +802,8 @@ namespace GenApi
         if (!pValue)
             throw RUNTIME_EXCEPTION("Node '%s': %s needs pValue", pNode->Name(), Kind);
         SetupFormulaSet(pNode, Set, true, nullptr);
-        const detail::Property* to = pNode->FindProperty("FormulaTo");
-        const detail::Property* from = pNode->FindProperty("FormulaFrom");
+        const std::optional<detail::Property> to = pNode->FindProperty("FormulaTo");
+        const std::optional<detail::Property> from = pNode->FindProperty("FormulaFrom");
         if (!to || !from)
             throw RUNTIME_EXCEPTION("Node '%s': %s needs FormulaTo and FormulaFrom", pNode->Name(), Kind);
         CompileFormula(pNode, Set, FormulaTo, std::string(to->Value()), Mode, "FROM");
@@ -819,7 +819,7 @@ namespace GenApi
     {
         CIntegerBase::Setup();
         SetupFormulaSet(this, m_Set, false, nullptr);
-        const detail::Property* p = FindProperty("Formula");
+        const std::optional<detail::Property> p = FindProperty("Formula");
         if (!p)
             throw RUNTIME_EXCEPTION("Node '%s': an IntSwissKnife needs a Formula", m_Name);
         CompileFormula(this, m_Set, m_Formula, std::string(p->Value()), detail::EFormulaMode::Integer, nullptr);

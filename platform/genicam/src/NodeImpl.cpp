@@ -98,7 +98,7 @@ namespace GenApi
         m_pMap->AddLoadProperty(this, detail::Property{Name, m_pMap->StoreProperty(Trim(Value), Attribute)});
     }
 
-    const detail::Property* CNodeImpl::PropertiesBegin() const
+    const detail::PackedProperty* CNodeImpl::PropertiesBegin() const
     {
         return m_pMap->PropertyArena() + m_PropertyBegin;
     }
@@ -110,35 +110,43 @@ namespace GenApi
         return *m_pExtras;
     }
 
-    const detail::Property* CNodeImpl::FindProperty(const char* Name) const
+    std::optional<detail::Property> CNodeImpl::FindProperty(const char* Name) const
     {
         // Names are short: the first character rules out most candidates before strcmp
         const char first = Name[0];
-        for (const detail::Property* p = PropertiesBegin(), *end = PropertiesEnd(); p != end; ++p)
-            if (p->Name == Name || (p->Name[0] == first && std::strcmp(p->Name, Name) == 0))
-                return p;
-        return nullptr;
+        const char* text = m_pMap->PackedText();
+        for (const detail::PackedProperty* p = PropertiesBegin(), *end = PropertiesEnd(); p != end; ++p)
+        {
+            const char* name = text + p->Name;
+            if (name[0] == first && std::strcmp(name, Name) == 0)
+                return detail::Property{name, text + p->Text};
+        }
+        return std::nullopt;
     }
 
-    std::vector<const detail::Property*> CNodeImpl::FindProperties(const char* Name) const
+    std::vector<detail::Property> CNodeImpl::FindProperties(const char* Name) const
     {
-        std::vector<const detail::Property*> result;
+        std::vector<detail::Property> result;
         const char first = Name[0];
-        for (const detail::Property* p = PropertiesBegin(), *end = PropertiesEnd(); p != end; ++p)
-            if (p->Name[0] == first && std::strcmp(p->Name, Name) == 0)
-                result.push_back(p);
+        const char* text = m_pMap->PackedText();
+        for (const detail::PackedProperty* p = PropertiesBegin(), *end = PropertiesEnd(); p != end; ++p)
+        {
+            const char* name = text + p->Name;
+            if (name[0] == first && std::strcmp(name, Name) == 0)
+                result.push_back(detail::Property{name, text + p->Text});
+        }
         return result;
     }
 
     std::string CNodeImpl::PropertyText(const char* Name, const std::string& Default) const
     {
-        const detail::Property* p = FindProperty(Name);
+        const std::optional<detail::Property> p = FindProperty(Name);
         return p ? std::string(p->Value()) : Default;
     }
 
     CNodeImpl* CNodeImpl::Link(const char* Name) const
     {
-        const detail::Property* p = FindProperty(Name);
+        const std::optional<detail::Property> p = FindProperty(Name);
         if (!p)
             return nullptr;
         return m_pMap->Resolve(this, Name, p->Value());
@@ -147,14 +155,14 @@ namespace GenApi
     std::vector<CNodeImpl*> CNodeImpl::Links(const char* Name) const
     {
         std::vector<CNodeImpl*> result;
-        for (const detail::Property* p : FindProperties(Name))
-            result.push_back(m_pMap->Resolve(this, Name, p->Value()));
+        for (const detail::Property& p : FindProperties(Name))
+            result.push_back(m_pMap->Resolve(this, Name, p.Value()));
         return result;
     }
 
     int64_t CNodeImpl::PropertyInt(const char* Name, int64_t Default) const
     {
-        const detail::Property* p = FindProperty(Name);
+        const std::optional<detail::Property> p = FindProperty(Name);
         if (!p)
             return Default;
         try
@@ -179,7 +187,7 @@ namespace GenApi
 
     double CNodeImpl::PropertyFloat(const char* Name, double Default) const
     {
-        const detail::Property* p = FindProperty(Name);
+        const std::optional<detail::Property> p = FindProperty(Name);
         if (!p)
             return Default;
         try
@@ -276,7 +284,7 @@ namespace GenApi
 
     ECachingMode CNodeImpl::OwnCachingMode() const
     {
-        const detail::Property* p = FindProperty("Cachable");
+        const std::optional<detail::Property> p = FindProperty("Cachable");
         if (!p)
             return WriteThrough;
         if (p->Value() == "WriteThrough")
@@ -453,7 +461,7 @@ namespace GenApi
 
     gcstring CNodeImpl::GetDisplayName() const
     {
-        const detail::Property* p = FindProperty("DisplayName");
+        const std::optional<detail::Property> p = FindProperty("DisplayName");
         if (p)
             return gcstring(p->Text);
         if (m_Kind == detail::ENodeKind::EnumEntry)
@@ -533,9 +541,9 @@ namespace GenApi
     void CNodeImpl::GetPropertyNames(gcstring_vector& PropertyNames) const
     {
         PropertyNames.clear();
-        for (const detail::Property* pp = PropertiesBegin(), *end = PropertiesEnd(); pp != end; ++pp)
+        for (const detail::PackedProperty* pp = PropertiesBegin(), *end = PropertiesEnd(); pp != end; ++pp)
         {
-            const detail::Property& p = *pp;
+            const detail::Property p = m_pMap->Unpack(*pp);
             bool seen = false;
             for (const gcstring& n : PropertyNames)
             {
@@ -555,9 +563,9 @@ namespace GenApi
         ValueStr.clear();
         AttributeStr.clear();
         bool found = false;
-        for (const detail::Property* pp = PropertiesBegin(), *end = PropertiesEnd(); pp != end; ++pp)
+        for (const detail::PackedProperty* pp = PropertiesBegin(), *end = PropertiesEnd(); pp != end; ++pp)
         {
-            const detail::Property& p = *pp;
+            const detail::Property p = m_pMap->Unpack(*pp);
             if (PropertyName != p.Name)
                 continue;
             if (found)

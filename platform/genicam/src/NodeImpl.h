@@ -11,6 +11,7 @@
 #include <cstring>
 #include <limits>
 #include <memory>
+#include <optional>
 #include <type_traits>
 #include <string>
 #include <string_view>
@@ -24,8 +25,7 @@ namespace GenApi
     namespace detail
     {
         //! One property of a node as the description gives it. The text pool keeps a property's
-        //! value, a NUL, its attribute and another NUL in one piece, so that a property costs two
-        //! pointers; the node map keeps every node's properties in one array.
+        //! value, a NUL, its attribute and another NUL in one piece.
         struct Property
         {
             const char* Name; // interned in the node map
@@ -33,6 +33,14 @@ namespace GenApi
 
             std::string_view Value() const { return std::string_view(Text); }
             std::string_view Attribute() const { return std::string_view(Text + std::strlen(Text) + 1); }
+        };
+
+        //! A property as the node map keeps it once loaded: offsets of its name and its text in the
+        //! packed text pool. Every node's properties are one array.
+        struct PackedProperty
+        {
+            uint32_t Name;
+            uint32_t Text;
         };
 
         //! The link lists of a node, in the order the node map's link arena keeps them
@@ -293,14 +301,14 @@ namespace GenApi
         //! Records a property while loading (the node map keeps it until it packs all of them)
         void AddProperty(const char* Name, std::string_view Value, std::string_view Attribute);
         //! The node's properties in the node map's property array (after loading)
-        const detail::Property* PropertiesBegin() const;
-        const detail::Property* PropertiesEnd() const { return PropertiesBegin() + m_PropertyCount; }
-        const detail::Property* FindProperty(const char* Name) const;
+        const detail::PackedProperty* PropertiesBegin() const;
+        const detail::PackedProperty* PropertiesEnd() const { return PropertiesBegin() + m_PropertyCount; }
+        std::optional<detail::Property> FindProperty(const char* Name) const;
         //! All values of a property (several elements of the same name)
-        std::vector<const detail::Property*> FindProperties(const char* Name) const;
+        std::vector<detail::Property> FindProperties(const char* Name) const;
         //! Text of a property, or Default
         std::string PropertyText(const char* Name, const std::string& Default = std::string()) const;
-        bool HasProperty(const char* Name) const { return FindProperty(Name) != nullptr; }
+        bool HasProperty(const char* Name) const { return FindProperty(Name).has_value(); }
         //! Resolves a pointer property; null when absent; missing node: RuntimeException
         CNodeImpl* Link(const char* Name) const;
         std::vector<CNodeImpl*> Links(const char* Name) const;
@@ -501,11 +509,11 @@ namespace GenApi
             m_ValueCopies = this->Links("pValueCopy");
             m_Value = Traits::Property(this, "Value");
             m_pIndex = this->Link("pIndex");
-            for (const detail::Property* p : this->FindProperties("ValueIndexed"))
-                m_ValueIndexed.emplace_back(detail::IntegerFromString(p->Attribute(), PureNumber), Traits::Parse(p->Value()));
-            for (const detail::Property* p : this->FindProperties("pValueIndexed"))
-                m_pValueIndexed.emplace_back(detail::IntegerFromString(p->Attribute(), PureNumber),
-                                             this->Map()->Resolve(this, "pValueIndexed", p->Value()));
+            for (const detail::Property& p : this->FindProperties("ValueIndexed"))
+                m_ValueIndexed.emplace_back(detail::IntegerFromString(p.Attribute(), PureNumber), Traits::Parse(p.Value()));
+            for (const detail::Property& p : this->FindProperties("pValueIndexed"))
+                m_pValueIndexed.emplace_back(detail::IntegerFromString(p.Attribute(), PureNumber),
+                                             this->Map()->Resolve(this, "pValueIndexed", p.Value()));
             m_ValueDefault = Traits::Property(this, "ValueDefault");
             m_pValueDefault = this->Link("pValueDefault");
             if (!m_pValue && !m_pIndex && !this->HasProperty("Value"))

@@ -145,17 +145,16 @@ namespace GenApi
         if (known != m_StoredTexts.end())
             return known->data();
         const size_t needed = key.size() + 1;
-        if (m_TextBlocks.empty() || m_TextBlockUsed + needed > m_TextBlockSize)
+        if (m_TextBlocks.empty() || m_TextBlocks.back().Used + needed > m_TextBlocks.back().Size)
         {
             const size_t blockSize = std::max(needed, m_TextBlockMinimum);
-            m_TextBlocks.emplace_back(new char[blockSize]);
-            m_TextBlockSize = blockSize;
-            m_TextBlockUsed = 0;
+            m_TextBlocks.push_back(TextBlock{std::unique_ptr<char[]>(new char[blockSize]), blockSize, 0});
         }
-        char* p = m_TextBlocks.back().get() + m_TextBlockUsed;
+        TextBlock& block = m_TextBlocks.back();
+        char* p = block.Data.get() + block.Used;
         std::memcpy(p, key.data(), key.size());
         p[key.size()] = '\0';
-        m_TextBlockUsed += needed;
+        block.Used += needed;
         m_StoredTexts.insert(std::string_view(p, key.size()));
         return p;
     }
@@ -492,12 +491,48 @@ namespace GenApi
 
     void CNodeMapImpl::PackProperties()
     {
+        // Every text is stored by now: the blocks become one piece of exactly their size, and
+        // the properties refer to it by offsets, which halves them
+        struct Placed
+        {
+            const char* Begin;
+            const char* End;
+            size_t Offset;
+        };
+        std::vector<Placed> placed;
+        size_t textSize = 2; // an empty value with an empty attribute at offset 0
+        for (const TextBlock& block : m_TextBlocks)
+        {
+            placed.push_back(Placed{block.Data.get(), block.Data.get() + block.Used, textSize});
+            textSize += block.Used;
+        }
+        if (textSize > UINT32_MAX)
+            throw RUNTIME_EXCEPTION("The texts of the description take more than %u bytes", UINT32_MAX);
+        std::unique_ptr<char[]> text(new char[textSize]);
+        text[0] = text[1] = '\0';
+        for (const Placed& p : placed)
+            std::memcpy(text.get() + p.Offset, p.Begin, static_cast<size_t>(p.End - p.Begin));
+        std::sort(placed.begin(), placed.end(), [](const Placed& a, const Placed& b) { return a.Begin < b.Begin; });
+        auto offsetOf = [&placed](const char* p) -> uint32_t {
+            auto it = std::upper_bound(placed.begin(), placed.end(), p,
+                                       [](const char* q, const Placed& b) { return q < b.Begin; });
+            if (it != placed.begin())
+            {
+                --it;
+                if (p < it->End)
+                    return static_cast<uint32_t>(it->Offset + static_cast<size_t>(p - it->Begin));
+            }
+            if (*p != '\0')
+                throw LOGICAL_ERROR_EXCEPTION("A text of the node map is not in its text pool");
+            return 0;
+        };
+
         size_t total = 0;
         for (const auto& list : m_LoadProperties)
             total += list.size();
         if (total > UINT32_MAX)
             throw RUNTIME_EXCEPTION("The description has more than %u properties", UINT32_MAX);
-        std::vector<detail::Property> packed;
+        std::vector<detail::PackedProperty> packed;
         packed.reserve(total);
         for (auto& up : m_Nodes)
         {
@@ -505,13 +540,23 @@ namespace GenApi
             up->m_PropertyCount = 0;
             if (up->Index() < m_LoadProperties.size())
             {
-                const std::vector<detail::Property>& list = m_LoadProperties[up->Index()];
-                packed.insert(packed.end(), list.begin(), list.end());
-                up->m_PropertyCount = static_cast<uint32_t>(list.size());
+                for (const detail::Property& p : m_LoadProperties[up->Index()])
+                    packed.push_back(detail::PackedProperty{offsetOf(p.Name), offsetOf(p.Text)});
+                up->m_PropertyCount = static_cast<uint32_t>(m_LoadProperties[up->Index()].size());
+            }
+            up->m_Name = text.get() + offsetOf(up->m_Name);
+            if (up->Kind() == detail::ENodeKind::EnumEntry)
+            {
+                CEnumEntryNode* pEntry = static_cast<CEnumEntryNode*>(up.get());
+                pEntry->m_Symbolic = text.get() + offsetOf(pEntry->m_Symbolic);
             }
         }
         m_Properties.swap(packed);
+        m_PackedText = std::move(text);
         std::vector<std::vector<detail::Property>>().swap(m_LoadProperties);
+        // Texts stored from now on (none are, normally) go to new blocks
+        m_TextBlocks.clear();
+        std::unordered_set<std::string_view>().swap(m_StoredTexts);
     }
 
     void CNodeMapImpl::DedupLinks()
@@ -665,9 +710,9 @@ namespace GenApi
         for (auto& up : m_Nodes)
         {
             CNodeImpl* pNode = up.get();
-            for (const detail::Property* pp = pNode->PropertiesBegin(), *end = pNode->PropertiesEnd(); pp != end; ++pp)
+            for (const detail::PackedProperty* pp = pNode->PropertiesBegin(), *end = pNode->PropertiesEnd(); pp != end; ++pp)
             {
-                const detail::Property& p = *pp;
+                const detail::Property p = Unpack(*pp);
                 if (p.Name[0] != 'p')
                     continue;
                 const ELinkClass cls = LinkClassOf(p.Name);
@@ -724,9 +769,9 @@ namespace GenApi
         {
             CNodeImpl* pNode = up.get();
             pNode->m_AccessModeCacheable = Yes;
-            for (const detail::Property* pp = pNode->PropertiesBegin(), *end = pNode->PropertiesEnd(); pp != end; ++pp)
+            for (const detail::PackedProperty* pp = pNode->PropertiesBegin(), *end = pNode->PropertiesEnd(); pp != end; ++pp)
             {
-                const detail::Property& p = *pp;
+                const detail::Property p = Unpack(*pp);
                 if (p.Name[0] != 'p' || !IsAccessDeciding(p.Name))
                     continue;
                 CNodeImpl* pTarget = FindNode(p.Value());

@@ -65,7 +65,13 @@ namespace GenApi
         {
             return m_LoadLinks[pNode->Index()][List];
         }
-        const detail::Property* PropertyArena() const { return m_Properties.data(); }
+        const detail::PackedProperty* PropertyArena() const { return m_Properties.data(); }
+        //! The packed text pool (after the properties are packed): offset 0 is an empty text
+        const char* PackedText() const { return m_PackedText.get(); }
+        detail::Property Unpack(const detail::PackedProperty& Packed) const
+        {
+            return detail::Property{m_PackedText.get() + Packed.Name, m_PackedText.get() + Packed.Text};
+        }
         CNodeImpl* const* LinkArena() const { return m_LinkArena.data(); }
 
         //! Invalidates a node and everything that depends on it, collecting their callbacks.
@@ -126,13 +132,18 @@ namespace GenApi
         std::vector<std::unique_ptr<CNodeImpl>> m_Nodes;
         // Nodes by name: open addressing over node index + 1 (0 is a free slot), at most half full
         std::vector<uint32_t> m_NameTable;
-        std::vector<std::unique_ptr<char[]>> m_TextBlocks;
+        struct TextBlock
+        {
+            std::unique_ptr<char[]> Data;
+            size_t Size;
+            size_t Used;
+        };
+        std::vector<TextBlock> m_TextBlocks; // while loading; then packed into m_PackedText
+        std::unique_ptr<char[]> m_PackedText;
         std::unordered_set<std::string_view> m_StoredTexts; // equal texts are stored once (while loading)
         std::string m_TextKey;                              // scratch for StoreProperty
-        size_t m_TextBlockUsed = 0;
-        size_t m_TextBlockSize = 0;
         size_t m_TextBlockMinimum = 64 * 1024; // smaller for small descriptions
-        std::vector<detail::Property> m_Properties;                                  // every node's, in node order
+        std::vector<detail::PackedProperty> m_Properties;                            // every node's, in node order
         std::vector<CNodeImpl*> m_LinkArena;                                         // every node's link lists
         std::vector<std::vector<detail::Property>> m_LoadProperties;                 // by node index, while loading
         std::vector<std::array<std::vector<CNodeImpl*>, detail::lkCount>> m_LoadLinks; // likewise

@@ -382,7 +382,7 @@ namespace GenApi
         if (m_IsRegister)
         {
             m_Reg.Setup(this);
-            const detail::Property* p = FindProperty("Cachable");
+            const std::optional<detail::Property> p = FindProperty("Cachable");
             m_OwnCaching = p ? CNodeImpl::OwnCachingMode() : WriteThrough;
         }
         else
@@ -501,7 +501,7 @@ namespace GenApi
     {
         CNodeImpl::Setup();
         m_Reg.Setup(this);
-        const detail::Property* p = FindProperty("Cachable");
+        const std::optional<detail::Property> p = FindProperty("Cachable");
         m_OwnCaching = p ? CNodeImpl::OwnCachingMode() : WriteThrough;
     }
 
