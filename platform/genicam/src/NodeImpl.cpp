@@ -71,8 +71,8 @@ namespace GenApi
     CNodeImpl::CNodeImpl(CNodeMapImpl* pMap, detail::ENodeKind Kind)
         : m_NameSpace(Custom), m_Visibility(Beginner), m_ImposedVisibility(_UndefinedVisibility),
           m_DescribedImposedAccessMode(RW), m_ImposedAccessMode(RW), m_CachingMode(WriteThrough),
-          m_AccessModeCacheable(Yes), m_IsFeature(false), m_IsDeprecated(false), m_Streamable(false), m_pMap(pMap),
-          m_Kind(Kind), m_AccessModeCache(NI)
+          m_AccessModeCacheable(Yes), m_IsFeature(false), m_IsDeprecated(false), m_Streamable(false),
+          m_LongLinks(false), m_Kind(Kind), m_AccessModeCache(NI), m_pMap(pMap)
     {
     }
 
@@ -83,7 +83,9 @@ namespace GenApi
 
     void CNodeImpl::DestroyCallbacks()
     {
-        std::unique_ptr<detail::CallbackList> callbacks = std::move(m_pCallbacks);
+        if (!m_pExtras)
+            return;
+        std::unique_ptr<detail::CallbackList> callbacks = std::move(m_pExtras->pCallbacks);
         if (!callbacks)
             return;
         for (CNodeCallback* p : callbacks->List)
@@ -617,13 +619,14 @@ namespace GenApi
     {
         CHECK_NULL_ARGUMENT(pCallback);
         AutoLock lock(m_pMap->GetLock());
-        if (!m_pCallbacks)
-            m_pCallbacks.reset(new detail::CallbackList);
-        std::vector<CNodeCallback*>& list = m_pCallbacks->List;
-        if (m_pCallbacks->Holes && m_pMap->m_InsideFiring == 0 && m_pMap->m_OutsideFiring == 0)
+        std::unique_ptr<detail::CallbackList>& pCallbacks = Extras().pCallbacks;
+        if (!pCallbacks)
+            pCallbacks.reset(new detail::CallbackList);
+        std::vector<CNodeCallback*>& list = pCallbacks->List;
+        if (pCallbacks->Holes && m_pMap->m_InsideFiring == 0 && m_pMap->m_OutsideFiring == 0)
         {
             list.erase(std::remove(list.begin(), list.end(), nullptr), list.end());
-            m_pCallbacks->Holes = 0;
+            pCallbacks->Holes = 0;
         }
         list.push_back(pCallback);
         return reinterpret_cast<CallbackHandleType>(pCallback);
@@ -636,15 +639,16 @@ namespace GenApi
             return false;
         {
             AutoLock lock(m_pMap->GetLock());
-            if (!m_pCallbacks)
+            detail::CallbackList* pCallbacks = Callbacks();
+            if (!pCallbacks)
                 return false;
-            std::vector<CNodeCallback*>& list = m_pCallbacks->List;
+            std::vector<CNodeCallback*>& list = pCallbacks->List;
             auto it = std::find(list.begin(), list.end(), pCallback);
             if (it == list.end())
                 return false;
             // Leave a hole rather than shifting: a dispatch may be walking the list by index
             *it = nullptr;
-            ++m_pCallbacks->Holes;
+            ++pCallbacks->Holes;
         }
         pCallback->Destroy();
         return true;
@@ -652,15 +656,15 @@ namespace GenApi
 
     void CNodeImpl::FireCallbacks(ECallbackType Type, bool Swallow)
     {
-        if (!m_pCallbacks)
+        if (!Callbacks())
             return;
         ++m_pMap->m_InsideFiring;
         try
         {
             // By index: a callback may register another one on this node
-            for (size_t i = 0; i < m_pCallbacks->List.size(); ++i)
+            for (size_t i = 0; i < Callbacks()->List.size(); ++i)
             {
-                CNodeCallback* p = m_pCallbacks->List[i];
+                CNodeCallback* p = Callbacks()->List[i];
                 if (!p)
                     continue;
                 if (Swallow)
@@ -692,9 +696,10 @@ namespace GenApi
             CNodeCallback* p = nullptr;
             {
                 AutoLock lock(m_pMap->GetLock());
-                if (!m_pCallbacks || i >= m_pCallbacks->List.size())
+                const detail::CallbackList* pCallbacks = Callbacks();
+                if (!pCallbacks || i >= pCallbacks->List.size())
                     break;
-                p = m_pCallbacks->List[i];
+                p = pCallbacks->List[i];
             }
             if (!p)
                 continue;

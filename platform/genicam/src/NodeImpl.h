@@ -74,6 +74,14 @@ namespace GenApi
             CNodeImpl* const* m_pEnd;
         };
 
+        //! Registered callbacks of a node; a deregistered one leaves a hole (null) while a
+        //! dispatch may be walking the list
+        struct CallbackList
+        {
+            std::vector<CNodeCallback*> List;
+            uint32_t Holes = 0;
+        };
+
         //! Fields few nodes use, kept out of line so that the others do not pay for them
         struct NodeExtras
         {
@@ -83,6 +91,9 @@ namespace GenApi
             CNodeImpl* pCastAlias = nullptr;
             int64_t PollingTime = -1;
             int64_t PollElapsed = 0;
+            std::unique_ptr<CallbackList> pCallbacks; // created by the first registration
+            //! Bounds of the link lists of a node with more links than the packed counts hold
+            std::unique_ptr<uint32_t[]> pLinkBounds;
         };
 
         //! Range of an Integer or Float node as the description gives it, and what the application
@@ -127,13 +138,6 @@ namespace GenApi
             CNodeImpl* pLength = nullptr;
         };
 
-        //! Registered callbacks of a node; a deregistered one leaves a hole (null) while a
-        //! dispatch may be walking the list
-        struct CallbackList
-        {
-            std::vector<CNodeCallback*> List;
-            uint32_t Holes = 0;
-        };
 
         //! Kinds of nodes the loader creates
         enum class ENodeKind : uint8_t
@@ -287,7 +291,12 @@ namespace GenApi
         void FireCallbacksOutsideLock(bool Swallow);
         //! Destroys every registered callback (node map teardown)
         void DestroyCallbacks();
-        bool HasCallbacks() const { return m_pCallbacks && m_pCallbacks->List.size() > m_pCallbacks->Holes; }
+        bool HasCallbacks() const
+        {
+            const detail::CallbackList* pList = Callbacks();
+            return pList && pList->List.size() > pList->Holes;
+        }
+        detail::CallbackList* Callbacks() const { return m_pExtras ? m_pExtras->pCallbacks.get() : nullptr; }
 
         //! The access mode; the caller holds the node map's lock
         EAccessMode InternalAccessMode() const;
@@ -357,16 +366,19 @@ namespace GenApi
 
         // Fields set by the loader. Small fields are packed: a description has thousands of nodes.
         const char* m_Name = "";
-        uint32_t m_Index = 0;
-        uint32_t m_PropertyBegin = 0;
-        uint32_t m_PropertyCount = 0;
-        uint32_t m_Links[detail::lkCount + 1] = {}; // list k is [m_Links[k], m_Links[k + 1]) of the link arena
-        uint32_t m_VisitMark = 0;
-        uint32_t m_CollectMark = 0;
         CNodeImpl* m_pIsImplemented = nullptr;
         CNodeImpl* m_pIsAvailable = nullptr;
         CNodeImpl* m_pIsLocked = nullptr;
         std::unique_ptr<detail::NodeExtras> m_pExtras;
+        uint32_t m_Index = 0;
+        uint32_t m_PropertyBegin = 0;
+        uint32_t m_PropertyCount = 0;
+        uint32_t m_VisitMark = 0;
+        uint32_t m_CollectMark = 0;
+        // Link list k is [m_LinkBegin + m_LinkEnd[k - 1], m_LinkBegin + m_LinkEnd[k]) of the link
+        // arena (m_LinkEnd[-1] being 0), unless m_LongLinks sends to the extras' bounds
+        uint32_t m_LinkBegin = 0;
+        uint16_t m_LinkEnd[detail::lkCount] = {};
         ENameSpace m_NameSpace : 8;
         EVisibility m_Visibility : 8;
         EVisibility m_ImposedVisibility : 8;
@@ -377,16 +389,16 @@ namespace GenApi
         bool m_IsFeature : 1;
         bool m_IsDeprecated : 1;
         bool m_Streamable : 1;
+        bool m_LongLinks : 1;
         uint8_t m_CachingState = 0; // 0 unknown, 1 computing, 2 done (load time)
 
     protected:
-        CNodeMapImpl* m_pMap;
-        std::unique_ptr<detail::CallbackList> m_pCallbacks; // created by the first registration
         detail::ENodeKind m_Kind;
         mutable uint8_t m_Evaluating = 0;
         mutable bool m_ValueCacheValid = false;
         mutable bool m_AccessModeCacheValid = false;
         mutable EAccessMode m_AccessModeCache : 8;
+        CNodeMapImpl* m_pMap;
     };
 
     //! Shared range, increment and text logic of the integer nodes

@@ -601,12 +601,23 @@ namespace GenApi
         for (auto& up : m_Nodes)
         {
             const auto& perNode = m_LoadLinks[up->Index()];
+            const size_t begin = arena.size();
+            size_t count = 0;
+            for (const auto& list : perNode)
+                count += list.size();
+            up->m_LinkBegin = static_cast<uint32_t>(begin);
+            up->m_LongLinks = count > UINT16_MAX;
+            if (up->m_LongLinks)
+                up->Extras().pLinkBounds.reset(new uint32_t[detail::lkCount + 1]);
             for (int k = 0; k < detail::lkCount; ++k)
             {
-                up->m_Links[k] = static_cast<uint32_t>(arena.size());
+                if (up->m_LongLinks)
+                    up->m_pExtras->pLinkBounds[k] = static_cast<uint32_t>(arena.size());
                 arena.insert(arena.end(), perNode[k].begin(), perNode[k].end());
+                up->m_LinkEnd[k] = static_cast<uint16_t>(arena.size() - begin);
             }
-            up->m_Links[detail::lkCount] = static_cast<uint32_t>(arena.size());
+            if (up->m_LongLinks)
+                up->m_pExtras->pLinkBounds[detail::lkCount] = static_cast<uint32_t>(arena.size());
         }
         m_LinkArena.swap(arena);
         decltype(m_LoadLinks)().swap(m_LoadLinks);
@@ -812,7 +823,12 @@ namespace GenApi
             up->Finish();
             if (up->PollingTime() > 0)
                 m_PolledNodes.push_back(up.get());
+            if (up->Kind() == detail::ENodeKind::Enumeration)
+                static_cast<CEnumerationNode*>(up.get())->m_Entries.shrink_to_fit();
+            else if (up->Kind() == detail::ENodeKind::Category)
+                static_cast<CCategoryNode*>(up.get())->m_Features.shrink_to_fit();
         }
+        m_Nodes.shrink_to_fit();
     }
 
     // ================================================================ invalidation and callbacks

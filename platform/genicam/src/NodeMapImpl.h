@@ -165,7 +165,13 @@ namespace GenApi
     inline detail::NodeSpan CNodeImpl::LinkList(detail::ELinkList List) const
     {
         CNodeImpl* const* base = m_pMap->LinkArena();
-        return detail::NodeSpan(base + m_Links[List], base + m_Links[List + 1]);
+        if (m_LongLinks)
+        {
+            const uint32_t* bounds = m_pExtras->pLinkBounds.get();
+            return detail::NodeSpan(base + bounds[List], base + bounds[List + 1]);
+        }
+        CNodeImpl* const* begin = base + m_LinkBegin;
+        return detail::NodeSpan(begin + (List == 0 ? 0 : m_LinkEnd[List - 1]), begin + m_LinkEnd[List]);
     }
 
     //! Holds the node map's lock for one public operation and fires callbacks at its end
