@@ -402,7 +402,8 @@ namespace GenApi
         const std::optional<detail::Property> p = FindProperty("Formula");
         if (!p)
             throw RUNTIME_EXCEPTION("Node '%s': a SwissKnife needs a Formula", m_Name);
-        CompileFormula(this, m_Set, m_Formula, std::string(p->Value()), detail::EFormulaMode::Float, nullptr);
+        CompileFormula(this, m_Set, m_Formula, p->Value(), detail::EFormulaMode::Float, nullptr);
+        FinishFormulaSet(m_Set);
     }
 
     double CSwissKnifeNode::ReadValue(bool, bool IgnoreCache)

@@ -2,6 +2,7 @@
 
 #include <GenICam/GCException.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <limits>
@@ -641,29 +642,78 @@ private:
     int m_maxDepth = 0;
 };
 
+CFormula& CFormula::operator=(const CFormula& other)
+{
+    if (this == &other)
+        return *this;
+    m_code = other.m_code;
+    m_usedSlots = other.m_usedSlots;
+    if (other.m_ownedText)
+        KeepCopies(other.m_text, other.m_context);
+    else {
+        m_ownedText.reset();
+        m_text = other.m_text;
+        m_context = other.m_context;
+    }
+    m_mode = other.m_mode;
+    m_evalMode = other.m_evalMode;
+    m_stackDepth = other.m_stackDepth;
+    return *this;
+}
+
+void CFormula::KeepCopies(std::string_view text, std::string_view context)
+{
+    std::unique_ptr<char[]> owned(new char[text.size() + context.size() + 2]);
+    char* p = owned.get();
+    std::copy(text.begin(), text.end(), p);
+    p[text.size()] = '\0';
+    std::copy(context.begin(), context.end(), p + text.size() + 1);
+    p[text.size() + 1 + context.size()] = '\0';
+    m_ownedText = std::move(owned);
+    m_text = std::string_view(p, text.size());
+    m_context = std::string_view(p + text.size() + 1, context.size());
+}
+
 void CFormula::Compile(const std::string& text, EFormulaMode mode, const FormulaResolver& resolver,
                        const std::string& context)
+{
+    KeepCopies(text, context);
+    CompileText(mode, resolver);
+}
+
+void CFormula::CompileKept(std::string_view text, EFormulaMode mode, const FormulaResolver& resolver,
+                           std::string_view context)
+{
+    m_ownedText.reset();
+    m_text = text;
+    m_context = context;
+    CompileText(mode, resolver);
+}
+
+void CFormula::CompileText(EFormulaMode mode, const FormulaResolver& resolver)
 {
     m_code.clear();
     m_usedSlots.clear();
     m_stackDepth = 0;
-    m_text = text;
-    m_context = context;
     m_mode = mode;
     m_evalMode = mode;
 
+    // The parser works on strings; the copies live only while compiling
+    const std::string text(m_text);
+    const std::string context(m_context);
     std::vector<Instruction> code;
     std::vector<int> slots;
     int depth = 0;
     try {
-        CFormulaParser parser(m_text, mode, resolver, m_context);
+        CFormulaParser parser(text, mode, resolver, context);
         parser.Parse(code, slots, depth);
     } catch (const RestartInFloat&) {
         m_evalMode = EFormulaMode::Float;
-        CFormulaParser parser(m_text, EFormulaMode::Float, resolver, m_context);
+        CFormulaParser parser(text, EFormulaMode::Float, resolver, context);
         parser.Parse(code, slots, depth);
     }
     code.shrink_to_fit();
+    slots.shrink_to_fit();
     m_code = std::move(code);
     m_usedSlots = std::move(slots);
     m_stackDepth = depth;
@@ -673,8 +723,8 @@ void CFormula::ThrowDivisionByZero(int32_t position) const
 {
     std::string msg = "Division by zero";
     if (!m_context.empty())
-        msg += " in node '" + m_context + "'";
-    msg += " at position " + std::to_string(position) + " of formula '" + m_text + "'";
+        msg += " in node '" + std::string(m_context) + "'";
+    msg += " at position " + std::to_string(position) + " of formula '" + std::string(m_text) + "'";
     throw RUNTIME_EXCEPTION(msg);
 }
 
@@ -890,7 +940,7 @@ void CFormula::ThrowNotCompiled() const
 {
     std::string msg = "Evaluation of a formula that was not compiled";
     if (!m_context.empty())
-        msg += " in node '" + m_context + "'";
+        msg += " in node '" + std::string(m_context) + "'";
     throw LOGICAL_ERROR_EXCEPTION(msg);
 }
 

@@ -15,7 +15,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace GenApi
@@ -57,6 +59,10 @@ public:
     static constexpr int MaxStackDepth = 256;
 
     CFormula() = default;
+    CFormula(const CFormula& other) { *this = other; }
+    CFormula& operator=(const CFormula& other);
+    CFormula(CFormula&&) noexcept = default;
+    CFormula& operator=(CFormula&&) noexcept = default;
 
     //! Compiles `text`. `context` names the formula's owner (a node name) in error
     //! messages. Throws GenICam::RuntimeException naming the position and the text
@@ -64,6 +70,10 @@ public:
     //! object is left empty.
     void Compile(const std::string& text, EFormulaMode mode, const FormulaResolver& resolver,
                  const std::string& context = std::string());
+    //! Compiles like Compile, for a text and a context that outlive the formula (a node map's
+    //! text pool): the formula refers to them instead of keeping copies.
+    void CompileKept(std::string_view text, EFormulaMode mode, const FormulaResolver& resolver,
+                     std::string_view context);
 
     //! Evaluates the program and returns the result as an integer (a float result is
     //! truncated toward zero, saturating at the int64 limits; NaN gives 0).
@@ -77,8 +87,8 @@ public:
     //! fractional literal (`X * 0.5`) runs in float arithmetic and is truncated at the
     //! end, because truncating the literal would silently change its meaning.
     EFormulaMode GetEvaluationMode() const { return m_evalMode; }
-    const std::string& GetText() const { return m_text; }
-    const std::string& GetContext() const { return m_context; }
+    std::string GetText() const { return std::string(m_text); }
+    std::string GetContext() const { return std::string(m_context); }
     //! The distinct slots the formula refers to, in order of first appearance.
     const std::vector<int>& GetUsedSlots() const { return m_usedSlots; }
     //! Evaluation stack entries the program needs (computed at compile time).
@@ -120,11 +130,15 @@ private:
     T Run(IFormulaValueSource& source) const;
     [[noreturn]] void ThrowDivisionByZero(int32_t position) const;
     [[noreturn]] void ThrowNotCompiled() const;
+    void CompileText(EFormulaMode mode, const FormulaResolver& resolver);
+    //! Keeps copies of the text and the context in m_ownedText, which the views then show
+    void KeepCopies(std::string_view text, std::string_view context);
 
     std::vector<Instruction> m_code;
     std::vector<int> m_usedSlots;
-    std::string m_text;
-    std::string m_context;
+    std::unique_ptr<char[]> m_ownedText; // text NUL context NUL; null when the caller keeps them
+    std::string_view m_text;
+    std::string_view m_context;
     EFormulaMode m_mode = EFormulaMode::Integer;
     EFormulaMode m_evalMode = EFormulaMode::Integer;
     int m_stackDepth = 0;

@@ -696,10 +696,11 @@ namespace GenApi
         {
             if (DirectionName && Symbol == DirectionName)
                 return AddSlot(Set, {detail::FormulaSlot::Direction, nullptr, 0, 0, -1});
-            for (size_t i = 0; i < Set.VariableNames.size(); ++i)
+            const detail::FormulaSet::Names& names = *Set.pNames;
+            for (size_t i = 0; i < names.VariableNames.size(); ++i)
             {
-                const std::string& name = Set.VariableNames[i];
-                CNodeImpl* pVar = Set.Variables[i];
+                const std::string_view name = names.VariableNames[i];
+                CNodeImpl* pVar = names.Variables[i];
                 if (Symbol == name)
                     return AddSlot(Set, {detail::FormulaSlot::Value, pVar, 0, 0, -1});
                 if (Symbol.size() > name.size() + 1 && Symbol.compare(0, name.size(), name) == 0
@@ -750,8 +751,8 @@ namespace GenApi
             }
             if (AllowExpressions)
             {
-                for (size_t i = 0; i < Set.ExpressionNames.size(); ++i)
-                    if (Set.ExpressionNames[i] == Symbol)
+                for (size_t i = 0; i < names.ExpressionNames.size(); ++i)
+                    if (names.ExpressionNames[i] == Symbol)
                         return AddSlot(Set, {detail::FormulaSlot::Expression, nullptr, 0, 0, static_cast<int>(i)});
             }
             return -1;
@@ -760,14 +761,22 @@ namespace GenApi
 
     void SetupFormulaSet(CNodeImpl* pNode, detail::FormulaSet& Set, bool, const char*)
     {
+        Set.pNames.reset(new detail::FormulaSet::Names);
         for (const detail::Property& variable : pNode->FindProperties("pVariable"))
         {
-            Set.VariableNames.push_back(std::string(variable.Attribute()));
-            Set.Variables.push_back(pNode->Map()->Resolve(pNode, "pVariable", variable.Value()));
+            Set.pNames->VariableNames.push_back(variable.Attribute());
+            Set.pNames->Variables.push_back(pNode->Map()->Resolve(pNode, "pVariable", variable.Value()));
         }
     }
 
-    void CompileFormula(CNodeImpl* pNode, detail::FormulaSet& Set, detail::CFormula& Formula, const std::string& Text,
+    void FinishFormulaSet(detail::FormulaSet& Set)
+    {
+        Set.pNames.reset();
+        Set.Slots.shrink_to_fit();
+        Set.Expressions.shrink_to_fit();
+    }
+
+    void CompileFormula(CNodeImpl* pNode, detail::FormulaSet& Set, detail::CFormula& Formula, std::string_view Text,
                         detail::EFormulaMode Mode, const char* DirectionName)
     {
         // Expressions first (they may use variables and constants, not each other)
@@ -776,19 +785,19 @@ namespace GenApi
             const std::vector<detail::Property> expressions = pNode->FindProperties("Expression");
             for (const detail::Property& expression : expressions)
             {
-                Set.ExpressionNames.push_back(std::string(expression.Attribute()));
+                Set.pNames->ExpressionNames.push_back(expression.Attribute());
                 Set.Expressions.emplace_back();
             }
             for (size_t i = 0; i < Set.Expressions.size(); ++i)
             {
                 const detail::Property* p = &expressions[i];
-                Set.Expressions[i].Compile(
-                    std::string(p->Value()), Mode,
+                Set.Expressions[i].CompileKept(
+                    p->Value(), Mode,
                     [&](const std::string& symbol) { return ResolveSymbol(pNode, Set, symbol, DirectionName, false); },
                     pNode->Name());
             }
         }
-        Formula.Compile(
+        Formula.CompileKept(
             Text, Mode,
             [&](const std::string& symbol) { return ResolveSymbol(pNode, Set, symbol, DirectionName, true); },
             pNode->Name());
@@ -806,8 +815,9 @@ namespace GenApi
         const std::optional<detail::Property> from = pNode->FindProperty("FormulaFrom");
         if (!to || !from)
             throw RUNTIME_EXCEPTION("Node '%s': %s needs FormulaTo and FormulaFrom", pNode->Name(), Kind);
-        CompileFormula(pNode, Set, FormulaTo, std::string(to->Value()), Mode, "FROM");
-        CompileFormula(pNode, Set, FormulaFrom, std::string(from->Value()), Mode, "TO");
+        CompileFormula(pNode, Set, FormulaTo, to->Value(), Mode, "FROM");
+        CompileFormula(pNode, Set, FormulaFrom, from->Value(), Mode, "TO");
+        FinishFormulaSet(Set);
         const std::string slope = pNode->PropertyText("Slope", "Automatic");
         Slope = slope == "Increasing" ? Increasing : slope == "Decreasing" ? Decreasing
               : slope == "Varying" ? Varying : Automatic;
@@ -822,7 +832,8 @@ namespace GenApi
         const std::optional<detail::Property> p = FindProperty("Formula");
         if (!p)
             throw RUNTIME_EXCEPTION("Node '%s': an IntSwissKnife needs a Formula", m_Name);
-        CompileFormula(this, m_Set, m_Formula, std::string(p->Value()), detail::EFormulaMode::Integer, nullptr);
+        CompileFormula(this, m_Set, m_Formula, p->Value(), detail::EFormulaMode::Integer, nullptr);
+        FinishFormulaSet(m_Set);
     }
 
     int64_t CIntSwissKnifeNode::Evaluate(bool IgnoreCache)

@@ -188,9 +188,15 @@ namespace GenApi
         {
             std::vector<FormulaSlot> Slots;
             std::vector<CFormula> Expressions;
-            std::vector<std::string> ExpressionNames;
-            std::vector<std::string> VariableNames;
-            std::vector<CNodeImpl*> Variables;
+
+            //! What the symbols name while the formulas compile; released once the node is set up
+            struct Names
+            {
+                std::vector<std::string_view> ExpressionNames; // in the node map's text pool
+                std::vector<std::string_view> VariableNames;   // likewise
+                std::vector<CNodeImpl*> Variables;
+            };
+            std::unique_ptr<Names> pNames;
         };
     }
 
@@ -693,8 +699,10 @@ namespace GenApi
 
     //! Compiles formulas of a node with its pVariable, Constant and Expression elements
     void SetupFormulaSet(CNodeImpl* pNode, detail::FormulaSet& Set, bool WithDirection, const char* DirectionName);
-    void CompileFormula(CNodeImpl* pNode, detail::FormulaSet& Set, detail::CFormula& Formula, const std::string& Text,
+    void CompileFormula(CNodeImpl* pNode, detail::FormulaSet& Set, detail::CFormula& Formula, std::string_view Text,
                         detail::EFormulaMode Mode, const char* DirectionName);
+    //! Drops what only compiling needed and spare capacity
+    void FinishFormulaSet(detail::FormulaSet& Set);
 
     //! Reads what a Converter or IntConverter needs: pValue, its formula set, FormulaTo (over FROM),
     //! FormulaFrom (over TO) and Slope. Kind names the node type in load errors.
