@@ -722,7 +722,7 @@ namespace GenApi
                         {
                             for (CEnumEntryNode* pEntry : pEnum->m_Entries)
                             {
-                                if (symbolic == pEntry->m_Symbolic)
+                                if (symbolic == pEntry->Symbolic())
                                     return AddSlot(Set, {detail::FormulaSlot::Constant, nullptr,
                                                          static_cast<double>(pEntry->m_Value), pEntry->m_Value, -1});
                             }

@@ -256,9 +256,12 @@ namespace GenApi
         else
             m_DescribedImposedAccessMode = RW;
 
-        m_pIsImplemented = Link("pIsImplemented");
-        m_pIsAvailable = Link("pIsAvailable");
-        m_pIsLocked = Link("pIsLocked");
+        if (CNodeImpl* p = Link("pIsImplemented"))
+            m_pMap->LoadLinks(this, detail::lkIsImplemented).push_back(p);
+        if (CNodeImpl* p = Link("pIsAvailable"))
+            m_pMap->LoadLinks(this, detail::lkIsAvailable).push_back(p);
+        if (CNodeImpl* p = Link("pIsLocked"))
+            m_pMap->LoadLinks(this, detail::lkIsLocked).push_back(p);
         CNodeImpl* pError = Link("pError");
         CNodeImpl* pBlockPolling = Link("pBlockPolling");
         CNodeImpl* pAlias = Link("pAlias");
@@ -355,14 +358,17 @@ namespace GenApi
             return m_AccessModeCache;
         CEvalGuard guard(this, aspAccessMode);
         EAccessMode mode;
-        if (m_pIsImplemented && !ReadBool(m_pIsImplemented))
+        CNodeImpl* pIsImplemented = SingleLink(detail::lkIsImplemented);
+        CNodeImpl* pIsAvailable = SingleLink(detail::lkIsAvailable);
+        if (pIsImplemented && !ReadBool(pIsImplemented))
             mode = NI;
-        else if (m_pIsAvailable && !ReadBool(m_pIsAvailable))
+        else if (pIsAvailable && !ReadBool(pIsAvailable))
             mode = NA;
         else
         {
             mode = NaturalAccessMode();
-            if (m_pIsLocked && (mode == RW || mode == WO) && ReadBool(m_pIsLocked))
+            CNodeImpl* pIsLocked = SingleLink(detail::lkIsLocked);
+            if (pIsLocked && (mode == RW || mode == WO) && ReadBool(pIsLocked))
                 mode = mode == RW ? RO : NA;
         }
         mode = Combine(mode, m_DescribedImposedAccessMode);
@@ -467,7 +473,7 @@ namespace GenApi
         if (p)
             return gcstring(p->Text);
         if (m_Kind == detail::ENodeKind::EnumEntry)
-            return static_cast<const CEnumEntryNode*>(this)->m_Symbolic;
+            return static_cast<const CEnumEntryNode*>(this)->Symbolic();
         return m_Name;
     }
 

@@ -55,6 +55,9 @@ namespace GenApi
             lkSelected,
             lkSelecting,
             lkValueChildren, // where the value comes from (for invalidation downwards)
+            lkIsImplemented, // pIsImplemented, pIsAvailable, pIsLocked: none or one each; few nodes
+            lkIsAvailable,   // have them, so they take no room in the others
+            lkIsLocked,
             lkCount
         };
 
@@ -341,6 +344,12 @@ namespace GenApi
         detail::NodeSpan Dependents() const { return LinkList(detail::lkDependents); }
         detail::NodeSpan ReadingChildren() const { return LinkList(detail::lkReadingChildren); }
         detail::NodeSpan WritingChildren() const { return LinkList(detail::lkWritingChildren); }
+        //! The node of a list that holds none or one
+        CNodeImpl* SingleLink(detail::ELinkList List) const
+        {
+            const detail::NodeSpan span = LinkList(List);
+            return span.empty() ? nullptr : span[0];
+        }
 
         //! Rarely used fields; Extras() creates them
         const detail::NodeExtras* FindExtras() const { return m_pExtras.get(); }
@@ -372,9 +381,6 @@ namespace GenApi
 
         // Fields set by the loader. Small fields are packed: a description has thousands of nodes.
         const char* m_Name = "";
-        CNodeImpl* m_pIsImplemented = nullptr;
-        CNodeImpl* m_pIsAvailable = nullptr;
-        CNodeImpl* m_pIsLocked = nullptr;
         std::unique_ptr<detail::NodeExtras> m_pExtras;
         uint32_t m_Index = 0;
         uint32_t m_PropertyBegin = 0;
@@ -382,9 +388,10 @@ namespace GenApi
         uint32_t m_VisitMark = 0;
         uint32_t m_CollectMark = 0;
         // Link list k is [m_LinkBegin + m_LinkEnd[k - 1], m_LinkBegin + m_LinkEnd[k]) of the link
-        // arena (m_LinkEnd[-1] being 0), unless m_LongLinks sends to the extras' bounds
+        // arena (m_LinkEnd[-1] being 0), unless m_LongLinks sends to the extras' bounds (a node
+        // with more than 255 links)
         uint32_t m_LinkBegin = 0;
-        uint16_t m_LinkEnd[detail::lkCount] = {};
+        uint8_t m_LinkEnd[detail::lkCount] = {};
         ENameSpace m_NameSpace : 8;
         EVisibility m_Visibility : 8;
         EVisibility m_ImposedVisibility : 8;
@@ -994,9 +1001,12 @@ namespace GenApi
         double InternalGetFloat(bool Verify, bool IgnoreCache) override;
         void Setup() override;
 
-        const char* m_Symbolic = ""; // in the text pool
+        //! The symbolic name: the end of the node's name ("EnumEntry_<enumeration>_<symbolic>")
+        const char* Symbolic() const { return m_Name + m_SymbolicOffset; }
+
         int64_t m_Value = 0;
         double m_NumericValue = 0;
+        uint32_t m_SymbolicOffset = 0;
         bool m_IsSelfClearing = false;
     };
 

@@ -436,8 +436,9 @@ namespace GenApi
         }
         if (pParentEnum)
         {
-            static_cast<CEnumEntryNode*>(node.get())->m_Symbolic = Intern(name);
+            const size_t symbolicLength = name.size();
             name = "EnumEntry_" + std::string(pParentEnum->Name()) + "_" + name;
+            static_cast<CEnumEntryNode*>(node.get())->m_SymbolicOffset = static_cast<uint32_t>(name.size() - symbolicLength);
         }
         if (FindNode(name))
             throw RUNTIME_EXCEPTION("Node '%s' is defined more than once", name.c_str());
@@ -545,11 +546,6 @@ namespace GenApi
                 up->m_PropertyCount = static_cast<uint32_t>(m_LoadProperties[up->Index()].size());
             }
             up->m_Name = text.get() + offsetOf(up->m_Name);
-            if (up->Kind() == detail::ENodeKind::EnumEntry)
-            {
-                CEnumEntryNode* pEntry = static_cast<CEnumEntryNode*>(up.get());
-                pEntry->m_Symbolic = text.get() + offsetOf(pEntry->m_Symbolic);
-            }
         }
         m_Properties.swap(packed);
         m_PackedText = std::move(text);
@@ -606,7 +602,7 @@ namespace GenApi
             for (const auto& list : perNode)
                 count += list.size();
             up->m_LinkBegin = static_cast<uint32_t>(begin);
-            up->m_LongLinks = count > UINT16_MAX;
+            up->m_LongLinks = count > UINT8_MAX;
             if (up->m_LongLinks)
                 up->Extras().pLinkBounds.reset(new uint32_t[detail::lkCount + 1]);
             for (int k = 0; k < detail::lkCount; ++k)
@@ -614,7 +610,7 @@ namespace GenApi
                 if (up->m_LongLinks)
                     up->m_pExtras->pLinkBounds[k] = static_cast<uint32_t>(arena.size());
                 arena.insert(arena.end(), perNode[k].begin(), perNode[k].end());
-                up->m_LinkEnd[k] = static_cast<uint16_t>(arena.size() - begin);
+                up->m_LinkEnd[k] = static_cast<uint8_t>(arena.size() - begin);
             }
             if (up->m_LongLinks)
                 up->m_pExtras->pLinkBounds[detail::lkCount] = static_cast<uint32_t>(arena.size());

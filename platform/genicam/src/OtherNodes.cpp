@@ -81,7 +81,7 @@ namespace GenApi
                                              static_cast<long long>(Value));
             if (!IsAvailable(pEntry->GetAccessMode()))
                 throw OUT_OF_RANGE_EXCEPTION("Node '%s': entry '%s' is not available", m_Name,
-                                             pEntry->m_Symbolic);
+                                             pEntry->Symbolic());
         }
         m_ValueCacheValid = false;
         WriteInt(Value, Verify);
@@ -100,7 +100,7 @@ namespace GenApi
         Symbolics.clear();
         for (CEnumEntryNode* p : m_Entries)
             if (IsAvailable(p->GetAccessMode()))
-                Symbolics.push_back(p->m_Symbolic);
+                Symbolics.push_back(p->Symbolic());
     }
 
     void CEnumerationNode::GetEntries(NodeList_t& Entries)
@@ -120,7 +120,7 @@ namespace GenApi
                 return pEntry;
         }
         for (CEnumEntryNode* pEntry : m_Entries)
-            if (Symbolic == pEntry->m_Symbolic)
+            if (Symbolic == pEntry->Symbolic())
                 return pEntry;
         return nullptr;
     }
@@ -145,7 +145,7 @@ namespace GenApi
         if (!pEntry)
             throw RUNTIME_EXCEPTION("Node '%s': the current value %lld is the value of no entry", m_Name,
                                     static_cast<long long>(value));
-        return pEntry->m_Symbolic;
+        return pEntry->Symbolic();
     }
 
     void CEnumerationNode::FromString(const gcstring& ValueStr, bool Verify)
@@ -196,7 +196,7 @@ namespace GenApi
         m_IsSelfClearing = PropertyText("IsSelfClearing") == "Yes";
     }
 
-    gcstring CEnumEntryNode::ToString(bool, bool) { return m_Symbolic; }
+    gcstring CEnumEntryNode::ToString(bool, bool) { return Symbolic(); }
 
     void CEnumEntryNode::FromString(const gcstring&, bool)
     {
@@ -204,7 +204,7 @@ namespace GenApi
     }
 
     int64_t CEnumEntryNode::GetValue() { return m_Value; }
-    gcstring CEnumEntryNode::GetSymbolic() const { return m_Symbolic; }
+    gcstring CEnumEntryNode::GetSymbolic() const { return Symbolic(); }
     double CEnumEntryNode::GetNumericValue() { return m_NumericValue; }
     bool CEnumEntryNode::IsSelfClearing() { return m_IsSelfClearing; }
     int64_t CEnumEntryNode::InternalGetInt(bool, bool) { return m_Value; }
