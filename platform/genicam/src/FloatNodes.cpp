@@ -402,7 +402,7 @@ namespace GenApi
         const std::optional<detail::Property> p = FindProperty("Formula");
         if (!p)
             throw RUNTIME_EXCEPTION("Node '%s': a SwissKnife needs a Formula", m_Name);
-        CompileFormula(this, m_Set, m_Formula, p->Value(), detail::EFormulaMode::Float, nullptr);
+        CompileFormula(this, m_Set, m_Formula, p->Text, detail::EFormulaMode::Float, nullptr);
         FinishFormulaSet(m_Set);
     }
 

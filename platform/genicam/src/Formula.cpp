@@ -647,7 +647,6 @@ CFormula& CFormula::operator=(const CFormula& other)
     if (this == &other)
         return *this;
     m_code = other.m_code;
-    m_usedSlots = other.m_usedSlots;
     if (other.m_ownedText)
         KeepCopies(other.m_text, other.m_context);
     else {
@@ -670,8 +669,8 @@ void CFormula::KeepCopies(std::string_view text, std::string_view context)
     std::copy(context.begin(), context.end(), p + text.size() + 1);
     p[text.size() + 1 + context.size()] = '\0';
     m_ownedText = std::move(owned);
-    m_text = std::string_view(p, text.size());
-    m_context = std::string_view(p + text.size() + 1, context.size());
+    m_text = p;
+    m_context = p + text.size() + 1;
 }
 
 void CFormula::Compile(const std::string& text, EFormulaMode mode, const FormulaResolver& resolver,
@@ -681,8 +680,7 @@ void CFormula::Compile(const std::string& text, EFormulaMode mode, const Formula
     CompileText(mode, resolver);
 }
 
-void CFormula::CompileKept(std::string_view text, EFormulaMode mode, const FormulaResolver& resolver,
-                           std::string_view context)
+void CFormula::CompileKept(const char* text, EFormulaMode mode, const FormulaResolver& resolver, const char* context)
 {
     m_ownedText.reset();
     m_text = text;
@@ -693,7 +691,6 @@ void CFormula::CompileKept(std::string_view text, EFormulaMode mode, const Formu
 void CFormula::CompileText(EFormulaMode mode, const FormulaResolver& resolver)
 {
     m_code.clear();
-    m_usedSlots.clear();
     m_stackDepth = 0;
     m_mode = mode;
     m_evalMode = mode;
@@ -713,16 +710,24 @@ void CFormula::CompileText(EFormulaMode mode, const FormulaResolver& resolver)
         parser.Parse(code, slots, depth);
     }
     code.shrink_to_fit();
-    slots.shrink_to_fit();
     m_code = std::move(code);
-    m_usedSlots = std::move(slots);
     m_stackDepth = depth;
+}
+
+std::vector<int> CFormula::GetUsedSlots() const
+{
+    // The program reads the slots in the order the parser met them
+    std::vector<int> slots;
+    for (const Instruction& in : m_code)
+        if (in.op == opSlot && std::find(slots.begin(), slots.end(), in.arg) == slots.end())
+            slots.push_back(in.arg);
+    return slots;
 }
 
 void CFormula::ThrowDivisionByZero(int32_t position) const
 {
     std::string msg = "Division by zero";
-    if (!m_context.empty())
+    if (*m_context)
         msg += " in node '" + std::string(m_context) + "'";
     msg += " at position " + std::to_string(position) + " of formula '" + std::string(m_text) + "'";
     throw RUNTIME_EXCEPTION(msg);
@@ -939,7 +944,7 @@ T CFormula::Run(IFormulaValueSource& source) const
 void CFormula::ThrowNotCompiled() const
 {
     std::string msg = "Evaluation of a formula that was not compiled";
-    if (!m_context.empty())
+    if (*m_context)
         msg += " in node '" + std::string(m_context) + "'";
     throw LOGICAL_ERROR_EXCEPTION(msg);
 }

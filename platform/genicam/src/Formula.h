@@ -70,10 +70,9 @@ public:
     //! object is left empty.
     void Compile(const std::string& text, EFormulaMode mode, const FormulaResolver& resolver,
                  const std::string& context = std::string());
-    //! Compiles like Compile, for a text and a context that outlive the formula (a node map's
+    //! Compiles like Compile, for NUL-terminated texts that outlive the formula (a node map's
     //! text pool): the formula refers to them instead of keeping copies.
-    void CompileKept(std::string_view text, EFormulaMode mode, const FormulaResolver& resolver,
-                     std::string_view context);
+    void CompileKept(const char* text, EFormulaMode mode, const FormulaResolver& resolver, const char* context);
 
     //! Evaluates the program and returns the result as an integer (a float result is
     //! truncated toward zero, saturating at the int64 limits; NaN gives 0).
@@ -87,10 +86,10 @@ public:
     //! fractional literal (`X * 0.5`) runs in float arithmetic and is truncated at the
     //! end, because truncating the literal would silently change its meaning.
     EFormulaMode GetEvaluationMode() const { return m_evalMode; }
-    std::string GetText() const { return std::string(m_text); }
-    std::string GetContext() const { return std::string(m_context); }
+    std::string GetText() const { return m_text; }
+    std::string GetContext() const { return m_context; }
     //! The distinct slots the formula refers to, in order of first appearance.
-    const std::vector<int>& GetUsedSlots() const { return m_usedSlots; }
+    std::vector<int> GetUsedSlots() const;
     //! Evaluation stack entries the program needs (computed at compile time).
     int GetStackDepth() const { return m_stackDepth; }
     //! Number of instructions of the compiled program.
@@ -135,10 +134,9 @@ private:
     void KeepCopies(std::string_view text, std::string_view context);
 
     std::vector<Instruction> m_code;
-    std::vector<int> m_usedSlots;
     std::unique_ptr<char[]> m_ownedText; // text NUL context NUL; null when the caller keeps them
-    std::string_view m_text;
-    std::string_view m_context;
+    const char* m_text = "";
+    const char* m_context = "";
     EFormulaMode m_mode = EFormulaMode::Integer;
     EFormulaMode m_evalMode = EFormulaMode::Integer;
     int m_stackDepth = 0;

@@ -776,7 +776,7 @@ namespace GenApi
         Set.Expressions.shrink_to_fit();
     }
 
-    void CompileFormula(CNodeImpl* pNode, detail::FormulaSet& Set, detail::CFormula& Formula, std::string_view Text,
+    void CompileFormula(CNodeImpl* pNode, detail::FormulaSet& Set, detail::CFormula& Formula, const char* Text,
                         detail::EFormulaMode Mode, const char* DirectionName)
     {
         // Expressions first (they may use variables and constants, not each other)
@@ -792,7 +792,7 @@ namespace GenApi
             {
                 const detail::Property* p = &expressions[i];
                 Set.Expressions[i].CompileKept(
-                    p->Value(), Mode,
+                    p->Text, Mode,
                     [&](const std::string& symbol) { return ResolveSymbol(pNode, Set, symbol, DirectionName, false); },
                     pNode->Name());
             }
@@ -815,8 +815,8 @@ namespace GenApi
         const std::optional<detail::Property> from = pNode->FindProperty("FormulaFrom");
         if (!to || !from)
             throw RUNTIME_EXCEPTION("Node '%s': %s needs FormulaTo and FormulaFrom", pNode->Name(), Kind);
-        CompileFormula(pNode, Set, FormulaTo, to->Value(), Mode, "FROM");
-        CompileFormula(pNode, Set, FormulaFrom, from->Value(), Mode, "TO");
+        CompileFormula(pNode, Set, FormulaTo, to->Text, Mode, "FROM");
+        CompileFormula(pNode, Set, FormulaFrom, from->Text, Mode, "TO");
         FinishFormulaSet(Set);
         const std::string slope = pNode->PropertyText("Slope", "Automatic");
         Slope = slope == "Increasing" ? Increasing : slope == "Decreasing" ? Decreasing
@@ -832,7 +832,7 @@ namespace GenApi
         const std::optional<detail::Property> p = FindProperty("Formula");
         if (!p)
             throw RUNTIME_EXCEPTION("Node '%s': an IntSwissKnife needs a Formula", m_Name);
-        CompileFormula(this, m_Set, m_Formula, p->Value(), detail::EFormulaMode::Integer, nullptr);
+        CompileFormula(this, m_Set, m_Formula, p->Text, detail::EFormulaMode::Integer, nullptr);
         FinishFormulaSet(m_Set);
     }
 

@@ -706,7 +706,8 @@ namespace GenApi
 
     //! Compiles formulas of a node with its pVariable, Constant and Expression elements
     void SetupFormulaSet(CNodeImpl* pNode, detail::FormulaSet& Set, bool WithDirection, const char* DirectionName);
-    void CompileFormula(CNodeImpl* pNode, detail::FormulaSet& Set, detail::CFormula& Formula, std::string_view Text,
+    //! Text is NUL-terminated in the node map's text pool
+    void CompileFormula(CNodeImpl* pNode, detail::FormulaSet& Set, detail::CFormula& Formula, const char* Text,
                         detail::EFormulaMode Mode, const char* DirectionName);
     //! Drops what only compiling needed and spare capacity
     void FinishFormulaSet(detail::FormulaSet& Set);
