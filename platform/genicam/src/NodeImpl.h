@@ -8,7 +8,9 @@
 #include "ValueText.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
+#include <iterator>
 #include <limits>
 #include <memory>
 #include <optional>
@@ -61,20 +63,57 @@ namespace GenApi
             lkCount
         };
 
-        //! A run of node pointers in one of the node map's arenas
+        //! A link list: a run of node indices in the node map's link arena (four bytes a link
+        //! instead of eight), seen as nodes
         class NodeSpan
         {
         public:
-            NodeSpan(CNodeImpl* const* pBegin, CNodeImpl* const* pEnd) : m_pBegin(pBegin), m_pEnd(pEnd) {}
-            CNodeImpl* const* begin() const { return m_pBegin; }
-            CNodeImpl* const* end() const { return m_pEnd; }
+            using NodeTable = const std::unique_ptr<CNodeImpl>*;
+
+            class iterator
+            {
+            public:
+                using iterator_category = std::forward_iterator_tag;
+                using value_type = CNodeImpl*;
+                using difference_type = std::ptrdiff_t;
+                using pointer = CNodeImpl* const*;
+                using reference = CNodeImpl*;
+
+                iterator(const uint32_t* pAt, NodeTable pNodes) : m_pAt(pAt), m_pNodes(pNodes) {}
+                CNodeImpl* operator*() const { return m_pNodes[*m_pAt].get(); }
+                iterator& operator++()
+                {
+                    ++m_pAt;
+                    return *this;
+                }
+                iterator operator++(int)
+                {
+                    iterator before = *this;
+                    ++m_pAt;
+                    return before;
+                }
+                bool operator==(const iterator& other) const { return m_pAt == other.m_pAt; }
+                bool operator!=(const iterator& other) const { return m_pAt != other.m_pAt; }
+
+            private:
+                const uint32_t* m_pAt;
+                NodeTable m_pNodes;
+            };
+
+            NodeSpan(const uint32_t* pBegin, const uint32_t* pEnd, NodeTable pNodes)
+                : m_pBegin(pBegin), m_pEnd(pEnd), m_pNodes(pNodes)
+            {
+            }
+            iterator begin() const { return iterator(m_pBegin, m_pNodes); }
+            iterator end() const { return iterator(m_pEnd, m_pNodes); }
             size_t size() const { return static_cast<size_t>(m_pEnd - m_pBegin); }
             bool empty() const { return m_pBegin == m_pEnd; }
-            CNodeImpl* operator[](size_t i) const { return m_pBegin[i]; }
+            CNodeImpl* operator[](size_t i) const { return m_pNodes[m_pBegin[i]].get(); }
 
         private:
-            CNodeImpl* const* m_pBegin;
-            CNodeImpl* const* m_pEnd;
+            const uint32_t* m_pBegin;
+            const uint32_t* m_pEnd;
+            NodeTable m_pNodes;
         };
 
         //! Registered callbacks of a node; a deregistered one leaves a hole (null) while a

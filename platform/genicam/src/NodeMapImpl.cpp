@@ -592,7 +592,7 @@ namespace GenApi
                 total += list.size();
         if (total > UINT32_MAX)
             throw RUNTIME_EXCEPTION("The description has more than %u links between nodes", UINT32_MAX);
-        std::vector<CNodeImpl*> arena;
+        std::vector<uint32_t> arena;
         arena.reserve(total);
         for (auto& up : m_Nodes)
         {
@@ -609,7 +609,8 @@ namespace GenApi
             {
                 if (up->m_LongLinks)
                     up->m_pExtras->pLinkBounds[k] = static_cast<uint32_t>(arena.size());
-                arena.insert(arena.end(), perNode[k].begin(), perNode[k].end());
+                for (CNodeImpl* p : perNode[k])
+                    arena.push_back(p->Index());
                 up->m_LinkEnd[k] = static_cast<uint8_t>(arena.size() - begin);
             }
             if (up->m_LongLinks)

@@ -72,7 +72,8 @@ namespace GenApi
         {
             return detail::Property{m_PackedText.get() + Packed.Name, m_PackedText.get() + Packed.Text};
         }
-        CNodeImpl* const* LinkArena() const { return m_LinkArena.data(); }
+        const uint32_t* LinkArena() const { return m_LinkArena.data(); }
+        detail::NodeSpan::NodeTable NodeTable() const { return m_Nodes.data(); }
 
         //! Invalidates a node and everything that depends on it, collecting their callbacks.
         //! Downward also drops the cached values the node is computed from (an explicit
@@ -144,7 +145,7 @@ namespace GenApi
         std::string m_TextKey;                              // scratch for StoreProperty
         size_t m_TextBlockMinimum = 64 * 1024; // smaller for small descriptions
         std::vector<detail::PackedProperty> m_Properties;                            // every node's, in node order
-        std::vector<CNodeImpl*> m_LinkArena;                                         // every node's link lists
+        std::vector<uint32_t> m_LinkArena;                                           // every node's link lists (node indices)
         std::vector<std::vector<detail::Property>> m_LoadProperties;                 // by node index, while loading
         std::vector<std::array<std::vector<CNodeImpl*>, detail::lkCount>> m_LoadLinks; // likewise
         std::vector<CNodeImpl*> m_PolledNodes;
@@ -164,14 +165,15 @@ namespace GenApi
 
     inline detail::NodeSpan CNodeImpl::LinkList(detail::ELinkList List) const
     {
-        CNodeImpl* const* base = m_pMap->LinkArena();
+        const uint32_t* base = m_pMap->LinkArena();
+        const detail::NodeSpan::NodeTable nodes = m_pMap->NodeTable();
         if (m_LongLinks)
         {
             const uint32_t* bounds = m_pExtras->pLinkBounds.get();
-            return detail::NodeSpan(base + bounds[List], base + bounds[List + 1]);
+            return detail::NodeSpan(base + bounds[List], base + bounds[List + 1], nodes);
         }
-        CNodeImpl* const* begin = base + m_LinkBegin;
-        return detail::NodeSpan(begin + (List == 0 ? 0 : m_LinkEnd[List - 1]), begin + m_LinkEnd[List]);
+        const uint32_t* begin = base + m_LinkBegin;
+        return detail::NodeSpan(begin + (List == 0 ? 0 : m_LinkEnd[List - 1]), begin + m_LinkEnd[List], nodes);
     }
 
     //! Holds the node map's lock for one public operation and fires callbacks at its end
