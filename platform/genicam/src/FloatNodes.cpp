@@ -47,36 +47,26 @@ namespace GenApi
     void CFloatBase::Setup()
     {
         CNodeImpl::Setup();
-        std::unique_ptr<detail::ValueRange<double>> range(new detail::ValueRange<double>);
-        range->pMin = Link("pMin");
-        range->pMax = Link("pMax");
-        range->pInc = Link("pInc");
-        range->HasMin = HasProperty("Min");
-        range->HasMax = HasProperty("Max");
-        range->HasInc = HasProperty("Inc");
-        range->Min = PropertyFloat("Min", -DBL_MAX);
-        range->Max = PropertyFloat("Max", DBL_MAX);
-        range->Inc = PropertyFloat("Inc", 0);
+        SetupRangeAndUnit();
         if (const std::optional<detail::Property> p = FindProperty("ValidValueSet"))
         {
+            std::vector<double> values;
             std::string cur;
             for (char c : std::string(p->Value()) + ";")
             {
                 if (c == ';' || c == ',')
                 {
                     if (!cur.empty())
-                        range->ValidValueSet.push_back(detail::FloatFromString(cur));
+                        values.push_back(detail::FloatFromString(cur));
                     cur.clear();
                 }
                 else if (c != ' ')
                     cur += c;
             }
+            if (!values.empty())
+                WritableRange().ValidValueSet = std::move(values);
         }
-        SetRange(std::move(range));
         m_Representation = ParseRepresentationText(PropertyText("Representation"));
-        m_HasUnit = HasProperty("Unit");
-        if (const std::optional<detail::Property> p = FindProperty("Unit"))
-            m_Unit = p->Text;
         m_DisplayNotation = ParseNotation(PropertyText("DisplayNotation"));
         m_DisplayPrecision = PropertyInt("DisplayPrecision", -1);
     }
@@ -91,44 +81,6 @@ namespace GenApi
     int64_t CFloatBase::NaturalDisplayPrecision() const { return 6; }
 
     bool CFloatBase::IsValueCacheValid() const { return m_ValueCacheValid; }
-
-    double CFloatBase::GetValue(bool Verify, bool IgnoreCache)
-    {
-        COperation op(m_pMap);
-        CheckReadable();
-        if (!Verify && !IgnoreCache && m_ValueCacheValid)
-            return m_Cache;
-        CEvalGuard guard(this, aspValue);
-        const double value = ReadValue(Verify, IgnoreCache);
-        if (Verify)
-            CheckRange(value);
-        if (m_CachingMode != NoCache)
-        {
-            m_Cache = value;
-            m_ValueCacheValid = true;
-        }
-        return value;
-    }
-
-    void CFloatBase::SetValue(double Value, bool Verify)
-    {
-        COperation op(m_pMap);
-        CEvalGuard guard(this, aspValue);
-        if (Verify)
-        {
-            CheckWritable();
-            CheckRange(Value);
-        }
-        m_ValueCacheValid = false;
-        WriteValue(Value, Verify);
-        m_pMap->NotifyChanged(this);
-        if (m_CachingMode == WriteThrough && CacheWrittenValue())
-        {
-            m_Cache = Value;
-            m_ValueCacheValid = true;
-        }
-        CheckError();
-    }
 
     void CFloatBase::CheckRange(double Value)
     {
@@ -398,12 +350,7 @@ namespace GenApi
     void CSwissKnifeNode::Setup()
     {
         CFloatBase::Setup();
-        SetupFormulaSet(this, m_Set, false, nullptr);
-        const std::optional<detail::Property> p = FindProperty("Formula");
-        if (!p)
-            throw RUNTIME_EXCEPTION("Node '%s': a SwissKnife needs a Formula", m_Name);
-        CompileFormula(this, m_Set, m_Formula, p->Text, detail::EFormulaMode::Float, nullptr);
-        FinishFormulaSet(m_Set);
+        SetupSwissKnife(this, "a SwissKnife", detail::EFormulaMode::Float, m_Set, m_Formula);
     }
 
     double CSwissKnifeNode::ReadValue(bool, bool IgnoreCache)
@@ -426,7 +373,6 @@ namespace GenApi
                        m_FormulaFrom, m_Slope);
     }
 
-    EAccessMode CConverterNode::NaturalAccessMode() const { return m_pValue->GetAccessMode(); }
 
     double CConverterNode::From(double To, bool IgnoreCache)
     {

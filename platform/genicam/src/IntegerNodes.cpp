@@ -63,29 +63,19 @@ namespace GenApi
     void CIntegerBase::Setup()
     {
         CNodeImpl::Setup();
-        std::unique_ptr<detail::ValueRange<int64_t>> range(new detail::ValueRange<int64_t>);
-        range->pMin = Link("pMin");
-        range->pMax = Link("pMax");
-        range->pInc = Link("pInc");
-        range->HasMin = HasProperty("Min");
-        range->HasMax = HasProperty("Max");
-        range->HasInc = HasProperty("Inc");
-        range->Min = PropertyInt("Min", INT64_MIN);
-        range->Max = PropertyInt("Max", INT64_MAX);
-        range->Inc = PropertyInt("Inc", 1);
-        if (range->HasInc && range->Inc <= 0)
+        SetupRangeAndUnit();
+        if (Range().HasInc && Range().Inc <= 0)
             throw RUNTIME_EXCEPTION("Node '%s': Inc must be positive, not %lld", m_Name,
-                                    static_cast<long long>(range->Inc));
+                                    static_cast<long long>(Range().Inc));
         if (const std::optional<detail::Property> p = FindProperty("ValidValueSet"))
         {
+            std::vector<int64_t> values;
             for (const std::string& part : SplitList(p->Value()))
-                range->ValidValueSet.push_back(detail::IntegerFromString(part, PureNumber));
+                values.push_back(detail::IntegerFromString(part, PureNumber));
+            if (!values.empty())
+                WritableRange().ValidValueSet = std::move(values);
         }
-        SetRange(std::move(range));
         m_Representation = ParseRepresentation(PropertyText("Representation"));
-        m_HasUnit = HasProperty("Unit");
-        if (const std::optional<detail::Property> p = FindProperty("Unit"))
-            m_Unit = p->Text;
     }
 
     int64_t CIntegerBase::NaturalMin() { return INT64_MIN; }
@@ -94,44 +84,6 @@ namespace GenApi
     ERepresentation CIntegerBase::NaturalRepresentation() { return PureNumber; }
 
     bool CIntegerBase::IsValueCacheValid() const { return m_ValueCacheValid; }
-
-    int64_t CIntegerBase::GetValue(bool Verify, bool IgnoreCache)
-    {
-        COperation op(m_pMap);
-        CheckReadable();
-        if (!Verify && !IgnoreCache && m_ValueCacheValid)
-            return m_Cache;
-        CEvalGuard guard(this, aspValue);
-        const int64_t value = ReadValue(Verify, IgnoreCache);
-        if (Verify)
-            CheckRange(value);
-        if (m_CachingMode != NoCache)
-        {
-            m_Cache = value;
-            m_ValueCacheValid = true;
-        }
-        return value;
-    }
-
-    void CIntegerBase::SetValue(int64_t Value, bool Verify)
-    {
-        COperation op(m_pMap);
-        CEvalGuard guard(this, aspValue);
-        if (Verify)
-        {
-            CheckWritable();
-            CheckRange(Value);
-        }
-        m_ValueCacheValid = false;
-        WriteValue(Value, Verify);
-        m_pMap->NotifyChanged(this);
-        if (m_CachingMode == WriteThrough && CacheWrittenValue())
-        {
-            m_Cache = Value;
-            m_ValueCacheValid = true;
-        }
-        CheckError();
-    }
 
     void CIntegerBase::CheckRange(int64_t Value)
     {
@@ -825,15 +777,21 @@ namespace GenApi
 
     // ================================================================ CIntSwissKnifeNode
 
+    void SetupSwissKnife(CNodeImpl* pNode, const char* Kind, detail::EFormulaMode Mode, detail::FormulaSet& Set,
+                         detail::CFormula& Formula)
+    {
+        SetupFormulaSet(pNode, Set, false, nullptr);
+        const std::optional<detail::Property> p = pNode->FindProperty("Formula");
+        if (!p)
+            throw RUNTIME_EXCEPTION("Node '%s': %s needs a Formula", pNode->Name(), Kind);
+        CompileFormula(pNode, Set, Formula, p->Text, Mode, nullptr);
+        FinishFormulaSet(Set);
+    }
+
     void CIntSwissKnifeNode::Setup()
     {
         CIntegerBase::Setup();
-        SetupFormulaSet(this, m_Set, false, nullptr);
-        const std::optional<detail::Property> p = FindProperty("Formula");
-        if (!p)
-            throw RUNTIME_EXCEPTION("Node '%s': an IntSwissKnife needs a Formula", m_Name);
-        CompileFormula(this, m_Set, m_Formula, p->Text, detail::EFormulaMode::Integer, nullptr);
-        FinishFormulaSet(m_Set);
+        SetupSwissKnife(this, "an IntSwissKnife", detail::EFormulaMode::Integer, m_Set, m_Formula);
     }
 
     int64_t CIntSwissKnifeNode::Evaluate(bool IgnoreCache)
@@ -858,7 +816,6 @@ namespace GenApi
                        m_FormulaFrom, m_Slope);
     }
 
-    EAccessMode CIntConverterNode::NaturalAccessMode() const { return m_pValue->GetAccessMode(); }
 
     int64_t CIntConverterNode::From(int64_t To, bool IgnoreCache)
     {

@@ -597,6 +597,74 @@ namespace GenApi
     EInterfaceType CNodeImpl::GetPrincipalInterfaceType() const { return intfIBase; }
     bool CNodeImpl::IsFeature() const { return m_IsFeature; }
 
+    // ---------------------------------------------------------------- values of Integer and Float nodes
+
+    template <class T>
+    T CValueBase<T>::CachedGetValue(bool Verify, bool IgnoreCache)
+    {
+        COperation op(m_pMap);
+        CheckReadable();
+        if (!Verify && !IgnoreCache && m_ValueCacheValid)
+            return m_Cache;
+        CEvalGuard guard(this, aspValue);
+        const T value = ReadValue(Verify, IgnoreCache);
+        if (Verify)
+            CheckRange(value);
+        if (m_CachingMode != NoCache)
+        {
+            m_Cache = value;
+            m_ValueCacheValid = true;
+        }
+        return value;
+    }
+
+    template <class T>
+    void CValueBase<T>::CachedSetValue(T Value, bool Verify)
+    {
+        COperation op(m_pMap);
+        CEvalGuard guard(this, aspValue);
+        if (Verify)
+        {
+            CheckWritable();
+            CheckRange(Value);
+        }
+        m_ValueCacheValid = false;
+        WriteValue(Value, Verify);
+        m_pMap->NotifyChanged(this);
+        if (m_CachingMode == WriteThrough && CacheWrittenValue())
+        {
+            m_Cache = Value;
+            m_ValueCacheValid = true;
+        }
+        CheckError();
+    }
+
+    template <class T>
+    void CValueBase<T>::SetupRangeAndUnit()
+    {
+        std::unique_ptr<detail::ValueRange<T>> range(new detail::ValueRange<T>);
+        range->pMin = Link("pMin");
+        range->pMax = Link("pMax");
+        range->pInc = Link("pInc");
+        range->HasMin = HasProperty("Min");
+        range->HasMax = HasProperty("Max");
+        range->HasInc = HasProperty("Inc");
+        if (range->HasMin)
+            range->Min = ValueNodeTraits<T>::Property(this, "Min");
+        if (range->HasMax)
+            range->Max = ValueNodeTraits<T>::Property(this, "Max");
+        if (range->HasInc)
+            range->Inc = ValueNodeTraits<T>::Property(this, "Inc");
+        // Most nodes have no range of their own: they share the default one
+        m_pRange = range->IsDefault() ? nullptr : std::move(range);
+        m_HasUnit = HasProperty("Unit");
+        if (const std::optional<detail::Property> p = FindProperty("Unit"))
+            m_Unit = p->Text;
+    }
+
+    template class CValueBase<int64_t>;
+    template class CValueBase<double>;
+
     // ---------------------------------------------------------------- selectors
 
     bool CNodeImpl::IsSelector() const { return !LinkList(detail::lkSelected).empty(); }

@@ -453,11 +453,78 @@ namespace GenApi
         CNodeMapImpl* m_pMap;
     };
 
-    //! Shared range, increment and text logic of the integer nodes
-    class CIntegerBase : public CNodeImpl, public virtual IInteger
+    //! What differs between an integer and a float value node: how their numbers are read from
+    //! the description and how they reach another node.
+    template <class T>
+    struct ValueNodeTraits;
+    template <>
+    struct ValueNodeTraits<int64_t>
+    {
+        static constexpr const char* Kind = "an Integer";
+        static int64_t Parse(std::string_view Text) { return detail::IntegerFromString(Text, PureNumber); }
+        static int64_t Property(const CNodeImpl* pNode, const char* Name) { return pNode->PropertyInt(Name, 0); }
+        static int64_t Get(CNodeImpl* pNode, bool Verify, bool IgnoreCache) { return pNode->InternalGetInt(Verify, IgnoreCache); }
+        static void Set(CNodeImpl* pNode, int64_t Value, bool Verify) { pNode->InternalSetInt(Value, Verify); }
+    };
+    template <>
+    struct ValueNodeTraits<double>
+    {
+        static constexpr const char* Kind = "a Float";
+        static double Parse(std::string_view Text) { return detail::FloatFromString(Text); }
+        static double Property(const CNodeImpl* pNode, const char* Name) { return pNode->PropertyFloat(Name, 0); }
+        static double Get(CNodeImpl* pNode, bool Verify, bool IgnoreCache) { return pNode->InternalGetFloat(Verify, IgnoreCache); }
+        static void Set(CNodeImpl* pNode, double Value, bool Verify) { pNode->InternalSetFloat(Value, Verify); }
+    };
+
+    //! What Integer and Float nodes share: the range as the description gives it and as the
+    //! application imposes it, the unit, and reading and writing the value through the cache
+    template <class T>
+    class CValueBase : public CNodeImpl
     {
     public:
-        CIntegerBase(CNodeMapImpl* pMap, detail::ENodeKind Kind) : CNodeImpl(pMap, Kind) {}
+        CValueBase(CNodeMapImpl* pMap, detail::ENodeKind Kind) : CNodeImpl(pMap, Kind) {}
+
+    protected:
+        //! Reads the value from where it lives
+        virtual T ReadValue(bool Verify, bool IgnoreCache) = 0;
+        //! Writes the value to where it lives
+        virtual void WriteValue(T Value, bool Verify) = 0;
+        //! Whether a written value may be cached as it is
+        virtual bool CacheWrittenValue() const { return true; }
+        //! Throws OutOfRangeException unless Value may be written
+        virtual void CheckRange(T Value) = 0;
+
+        //! GetValue: from the cache while it is valid; a read fills the cache unless the node is
+        //! not cached
+        T CachedGetValue(bool Verify, bool IgnoreCache);
+        //! SetValue: writes, notifies the dependents, and keeps the value when writing through
+        void CachedSetValue(T Value, bool Verify);
+        //! Reads pMin, Min, pMax, Max, pInc, Inc and Unit
+        void SetupRangeAndUnit();
+
+        const detail::ValueRange<T>& Range() const
+        {
+            return m_pRange ? *m_pRange : detail::ValueRange<T>::Default();
+        }
+        detail::ValueRange<T>& WritableRange()
+        {
+            if (!m_pRange)
+                m_pRange.reset(new detail::ValueRange<T>);
+            return *m_pRange;
+        }
+
+        std::unique_ptr<detail::ValueRange<T>> m_pRange; // null: the default range
+        ERepresentation m_Representation = _UndefinedRepresentation;
+        const char* m_Unit = ""; // in the text pool
+        bool m_HasUnit = false;
+        T m_Cache = 0;
+    };
+
+    //! Shared range, increment and text logic of the integer nodes
+    class CIntegerBase : public CValueBase<int64_t>, public virtual IInteger
+    {
+    public:
+        CIntegerBase(CNodeMapImpl* pMap, detail::ENodeKind Kind) : CValueBase(pMap, Kind) {}
 
         // IValue
         INode* GetNode() override { return this; }
@@ -466,8 +533,11 @@ namespace GenApi
         bool IsValueCacheValid() const override;
 
         // IInteger
-        void SetValue(int64_t Value, bool Verify = true) override;
-        int64_t GetValue(bool Verify = false, bool IgnoreCache = false) override;
+        void SetValue(int64_t Value, bool Verify = true) override { CachedSetValue(Value, Verify); }
+        int64_t GetValue(bool Verify = false, bool IgnoreCache = false) override
+        {
+            return CachedGetValue(Verify, IgnoreCache);
+        }
         int64_t GetMin() override;
         int64_t GetMax() override;
         EIncMode GetIncMode() override;
@@ -496,63 +566,12 @@ namespace GenApi
         void Setup() override;
 
     protected:
-        //! Reads the value from where it lives
-        virtual int64_t ReadValue(bool Verify, bool IgnoreCache) = 0;
-        //! Writes the value to where it lives
-        virtual void WriteValue(int64_t Value, bool Verify) = 0;
         //! Range when the description gives none
         virtual int64_t NaturalMin();
         virtual int64_t NaturalMax();
         virtual int64_t NaturalInc();
         virtual ERepresentation NaturalRepresentation();
-        //! Whether a written value may be cached as it is
-        virtual bool CacheWrittenValue() const { return true; }
-        void CheckRange(int64_t Value);
-
-        const detail::ValueRange<int64_t>& Range() const
-        {
-            return m_pRange ? *m_pRange : detail::ValueRange<int64_t>::Default();
-        }
-        detail::ValueRange<int64_t>& WritableRange()
-        {
-            if (!m_pRange)
-                m_pRange.reset(new detail::ValueRange<int64_t>);
-            return *m_pRange;
-        }
-        //! Keeps Range only if it differs from the default
-        void SetRange(std::unique_ptr<detail::ValueRange<int64_t>> Range)
-        {
-            m_pRange = Range->IsDefault() ? nullptr : std::move(Range);
-        }
-
-        std::unique_ptr<detail::ValueRange<int64_t>> m_pRange; // null: the default range
-        ERepresentation m_Representation = _UndefinedRepresentation;
-        const char* m_Unit = ""; // in the text pool
-        bool m_HasUnit = false;
-        int64_t m_Cache = 0;
-    };
-
-    //! What differs between an integer and a float value node: how their numbers are read from
-    //! the description and how they reach another node.
-    template <class T>
-    struct ValueNodeTraits;
-    template <>
-    struct ValueNodeTraits<int64_t>
-    {
-        static constexpr const char* Kind = "an Integer";
-        static int64_t Parse(std::string_view Text) { return detail::IntegerFromString(Text, PureNumber); }
-        static int64_t Property(const CNodeImpl* pNode, const char* Name) { return pNode->PropertyInt(Name, 0); }
-        static int64_t Get(CNodeImpl* pNode, bool Verify, bool IgnoreCache) { return pNode->InternalGetInt(Verify, IgnoreCache); }
-        static void Set(CNodeImpl* pNode, int64_t Value, bool Verify) { pNode->InternalSetInt(Value, Verify); }
-    };
-    template <>
-    struct ValueNodeTraits<double>
-    {
-        static constexpr const char* Kind = "a Float";
-        static double Parse(std::string_view Text) { return detail::FloatFromString(Text); }
-        static double Property(const CNodeImpl* pNode, const char* Name) { return pNode->PropertyFloat(Name, 0); }
-        static double Get(CNodeImpl* pNode, bool Verify, bool IgnoreCache) { return pNode->InternalGetFloat(Verify, IgnoreCache); }
-        static void Set(CNodeImpl* pNode, double Value, bool Verify) { pNode->InternalSetFloat(Value, Verify); }
+        void CheckRange(int64_t Value) override;
     };
 
     //! The value of an Integer or Float node: a floating Value, a pValue, or a table indexed by
@@ -770,42 +789,36 @@ namespace GenApi
         return Upper ? std::max(FromMin, FromMax) : std::min(FromMin, FromMax);
     }
 
-    //! IntSwissKnife: a read-only integer formula
-    class CIntSwissKnifeNode : public CIntegerBase
+    //! Reads what an IntSwissKnife or SwissKnife needs: its formula set and Formula. Kind names
+    //! the node type in load errors.
+    void SetupSwissKnife(CNodeImpl* pNode, const char* Kind, detail::EFormulaMode Mode, detail::FormulaSet& Set,
+                         detail::CFormula& Formula);
+
+    //! What IntSwissKnife and SwissKnife share: a read-only formula over other nodes
+    template <class Base>
+    class CSwissKnifeBase : public Base
     {
     public:
-        explicit CIntSwissKnifeNode(CNodeMapImpl* pMap) : CIntegerBase(pMap, detail::ENodeKind::IntSwissKnife) {}
-        void Setup() override;
+        CSwissKnifeBase(CNodeMapImpl* pMap, detail::ENodeKind Kind) : Base(pMap, Kind) {}
         EAccessMode NaturalAccessMode() const override { return RO; }
-        //! Evaluates the formula without access checks (embedded address formulas)
-        int64_t Evaluate(bool IgnoreCache);
 
     protected:
-        int64_t ReadValue(bool Verify, bool IgnoreCache) override;
-        void WriteValue(int64_t Value, bool Verify) override;
         bool CacheWrittenValue() const override { return false; }
 
         detail::FormulaSet m_Set;
         detail::CFormula m_Formula;
     };
 
-    //! IntConverter: an integer shown through two formulas over another node
-    class CIntConverterNode : public CIntegerBase
+    //! What IntConverter and Converter share: a value shown through two formulas over another node
+    template <class Base>
+    class CConverterBase : public Base
     {
     public:
-        explicit CIntConverterNode(CNodeMapImpl* pMap) : CIntegerBase(pMap, detail::ENodeKind::IntConverter) {}
-        void Setup() override;
-        EAccessMode NaturalAccessMode() const override;
+        CConverterBase(CNodeMapImpl* pMap, detail::ENodeKind Kind) : Base(pMap, Kind) {}
+        EAccessMode NaturalAccessMode() const override { return m_pValue->GetAccessMode(); }
 
     protected:
-        int64_t ReadValue(bool Verify, bool IgnoreCache) override;
-        void WriteValue(int64_t Value, bool Verify) override;
-        int64_t NaturalMin() override;
-        int64_t NaturalMax() override;
-        ERepresentation NaturalRepresentation() override;
         bool CacheWrittenValue() const override { return false; }
-        int64_t From(int64_t To, bool IgnoreCache);
-        int64_t NaturalBound(bool Upper);
 
         CNodeImpl* m_pValue = nullptr;
         detail::FormulaSet m_Set;
@@ -814,11 +827,42 @@ namespace GenApi
         ESlope m_Slope = Automatic;
     };
 
-    //! Shared range and text logic of the float nodes
-    class CFloatBase : public CNodeImpl, public virtual IFloat
+    //! IntSwissKnife: a read-only integer formula
+    class CIntSwissKnifeNode : public CSwissKnifeBase<CIntegerBase>
     {
     public:
-        CFloatBase(CNodeMapImpl* pMap, detail::ENodeKind Kind) : CNodeImpl(pMap, Kind) {}
+        explicit CIntSwissKnifeNode(CNodeMapImpl* pMap) : CSwissKnifeBase(pMap, detail::ENodeKind::IntSwissKnife) {}
+        void Setup() override;
+        //! Evaluates the formula without access checks (embedded address formulas)
+        int64_t Evaluate(bool IgnoreCache);
+
+    protected:
+        int64_t ReadValue(bool Verify, bool IgnoreCache) override;
+        void WriteValue(int64_t Value, bool Verify) override;
+    };
+
+    //! IntConverter: an integer shown through two formulas over another node
+    class CIntConverterNode : public CConverterBase<CIntegerBase>
+    {
+    public:
+        explicit CIntConverterNode(CNodeMapImpl* pMap) : CConverterBase(pMap, detail::ENodeKind::IntConverter) {}
+        void Setup() override;
+
+    protected:
+        int64_t ReadValue(bool Verify, bool IgnoreCache) override;
+        void WriteValue(int64_t Value, bool Verify) override;
+        int64_t NaturalMin() override;
+        int64_t NaturalMax() override;
+        ERepresentation NaturalRepresentation() override;
+        int64_t From(int64_t To, bool IgnoreCache);
+        int64_t NaturalBound(bool Upper);
+    };
+
+    //! Shared range and text logic of the float nodes
+    class CFloatBase : public CValueBase<double>, public virtual IFloat
+    {
+    public:
+        CFloatBase(CNodeMapImpl* pMap, detail::ENodeKind Kind) : CValueBase(pMap, Kind) {}
 
         // IValue
         INode* GetNode() override { return this; }
@@ -827,8 +871,11 @@ namespace GenApi
         bool IsValueCacheValid() const override;
 
         // IFloat
-        void SetValue(double Value, bool Verify = true) override;
-        double GetValue(bool Verify = false, bool IgnoreCache = false) override;
+        void SetValue(double Value, bool Verify = true) override { CachedSetValue(Value, Verify); }
+        double GetValue(bool Verify = false, bool IgnoreCache = false) override
+        {
+            return CachedGetValue(Verify, IgnoreCache);
+        }
         double GetMin() override;
         double GetMax() override;
         bool HasInc() override;
@@ -860,8 +907,6 @@ namespace GenApi
         void Setup() override;
 
     protected:
-        virtual double ReadValue(bool Verify, bool IgnoreCache) = 0;
-        virtual void WriteValue(double Value, bool Verify) = 0;
         virtual double NaturalMin();
         virtual double NaturalMax();
         virtual bool NaturalHasInc();
@@ -870,32 +915,10 @@ namespace GenApi
         virtual std::string NaturalUnit() const;
         virtual EDisplayNotation NaturalDisplayNotation() const;
         virtual int64_t NaturalDisplayPrecision() const;
-        virtual bool CacheWrittenValue() const { return true; }
-        void CheckRange(double Value);
+        void CheckRange(double Value) override;
 
-        const detail::ValueRange<double>& Range() const
-        {
-            return m_pRange ? *m_pRange : detail::ValueRange<double>::Default();
-        }
-        detail::ValueRange<double>& WritableRange()
-        {
-            if (!m_pRange)
-                m_pRange.reset(new detail::ValueRange<double>);
-            return *m_pRange;
-        }
-        //! Keeps Range only if it differs from the default
-        void SetRange(std::unique_ptr<detail::ValueRange<double>> Range)
-        {
-            m_pRange = Range->IsDefault() ? nullptr : std::move(Range);
-        }
-
-        std::unique_ptr<detail::ValueRange<double>> m_pRange; // null: the default range
-        ERepresentation m_Representation = _UndefinedRepresentation;
-        const char* m_Unit = ""; // in the text pool
-        bool m_HasUnit = false;
         EDisplayNotation m_DisplayNotation = _UndefinedEDisplayNotation;
         int64_t m_DisplayPrecision = -1;
-        double m_Cache = 0;
     };
 
     //! Float: a floating value, a pValue, or an indexed table
@@ -931,29 +954,23 @@ namespace GenApi
     };
 
     //! SwissKnife: a read-only float formula
-    class CSwissKnifeNode : public CFloatBase
+    class CSwissKnifeNode : public CSwissKnifeBase<CFloatBase>
     {
     public:
-        explicit CSwissKnifeNode(CNodeMapImpl* pMap) : CFloatBase(pMap, detail::ENodeKind::SwissKnife) {}
+        explicit CSwissKnifeNode(CNodeMapImpl* pMap) : CSwissKnifeBase(pMap, detail::ENodeKind::SwissKnife) {}
         void Setup() override;
-        EAccessMode NaturalAccessMode() const override { return RO; }
 
     protected:
         double ReadValue(bool Verify, bool IgnoreCache) override;
         void WriteValue(double Value, bool Verify) override;
-        bool CacheWrittenValue() const override { return false; }
-
-        detail::FormulaSet m_Set;
-        detail::CFormula m_Formula;
     };
 
     //! Converter: a float shown through two formulas over another node
-    class CConverterNode : public CFloatBase
+    class CConverterNode : public CConverterBase<CFloatBase>
     {
     public:
-        explicit CConverterNode(CNodeMapImpl* pMap) : CFloatBase(pMap, detail::ENodeKind::Converter) {}
+        explicit CConverterNode(CNodeMapImpl* pMap) : CConverterBase(pMap, detail::ENodeKind::Converter) {}
         void Setup() override;
-        EAccessMode NaturalAccessMode() const override;
 
     protected:
         double ReadValue(bool Verify, bool IgnoreCache) override;
@@ -964,15 +981,8 @@ namespace GenApi
         std::string NaturalUnit() const override;
         EDisplayNotation NaturalDisplayNotation() const override;
         int64_t NaturalDisplayPrecision() const override;
-        bool CacheWrittenValue() const override { return false; }
         double From(double To, bool IgnoreCache);
         double NaturalBound(bool Upper);
-
-        CNodeImpl* m_pValue = nullptr;
-        detail::FormulaSet m_Set;
-        detail::CFormula m_FormulaTo;
-        detail::CFormula m_FormulaFrom;
-        ESlope m_Slope = Automatic;
     };
 
     class CEnumEntryNode;
