@@ -80,8 +80,6 @@ class tst_NodeLayout : public QObject
 private slots:
     void linkListsAfterLoad_data();
     void linkListsAfterLoad();
-    void parentsAfterLoad_data();
-    void parentsAfterLoad();
     void selectedAndSelectingFeatures();
     void propertiesAfterLoad_data();
     void propertiesAfterLoad();
@@ -105,27 +103,35 @@ private slots:
 void tst_NodeLayout::linkListsAfterLoad_data()
 {
     QTest::addColumn<QString>("node");
+    QTest::addColumn<bool>("parents");
     QTest::addColumn<int>("linkType");
     QTest::addColumn<QString>("expected");
 
-    QTest::newRow("reading children") << "Gain" << int(ctReadingChildren)
+    QTest::newRow("reading children") << "Gain" << false << int(ctReadingChildren)
                                       << "GainAvailable,GainMin,GainReg,Locked";
-    QTest::newRow("writing children") << "Gain" << int(ctWritingChildren) << "GainReg";
-    QTest::newRow("value children") << "Gain" << int(ctValueChildren) << "GainReg";
-    QTest::newRow("invalidating children") << "Gain" << int(ctInvalidatingChildren) << "Trigger";
-    QTest::newRow("depending nodes of a register") << "GainReg" << int(ctDependingNodes) << "Gain";
-    QTest::newRow("depending nodes of an invalidator") << "Trigger" << int(ctDependingNodes) << "Gain";
-    QTest::newRow("depending nodes of a selector") << "Selector" << int(ctDependingNodes) << "Exposure,Gain";
-    QTest::newRow("depending nodes of a formula variable") << "Gain" << int(ctDependingNodes) << "Doubled";
-    QTest::newRow("parent nodes") << "GainReg" << int(ctParentNodes) << "Gain";
-    QTest::newRow("terminal nodes") << "Gain" << int(ctTerminalNodes) << "GainReg";
-    QTest::newRow("no children") << "GainMin" << int(ctReadingChildren) << "";
-    QTest::newRow("port's dependents") << "Device" << int(ctDependingNodes) << "GainReg";
+    QTest::newRow("writing children") << "Gain" << false << int(ctWritingChildren) << "GainReg";
+    QTest::newRow("value children") << "Gain" << false << int(ctValueChildren) << "GainReg";
+    QTest::newRow("invalidating children") << "Gain" << false << int(ctInvalidatingChildren) << "Trigger";
+    QTest::newRow("depending nodes of a register") << "GainReg" << false << int(ctDependingNodes) << "Gain";
+    QTest::newRow("depending nodes of an invalidator") << "Trigger" << false << int(ctDependingNodes) << "Gain";
+    QTest::newRow("depending nodes of a selector") << "Selector" << false << int(ctDependingNodes) << "Exposure,Gain";
+    QTest::newRow("depending nodes of a formula variable") << "Gain" << false << int(ctDependingNodes) << "Doubled";
+    QTest::newRow("parent nodes") << "GainReg" << false << int(ctParentNodes) << "Gain";
+    QTest::newRow("terminal nodes") << "Gain" << false << int(ctTerminalNodes) << "GainReg";
+    QTest::newRow("no children") << "GainMin" << false << int(ctReadingChildren) << "";
+    QTest::newRow("port's dependents") << "Device" << false << int(ctDependingNodes) << "GainReg";
+    QTest::newRow("reading parents of a register") << "GainReg" << true << int(ctReadingChildren) << "Gain";
+    QTest::newRow("writing parents of a register") << "GainReg" << true << int(ctWritingChildren) << "Gain";
+    QTest::newRow("reading parents of a minimum") << "GainMin" << true << int(ctReadingChildren) << "Gain";
+    QTest::newRow("no writing parents of a minimum") << "GainMin" << true << int(ctWritingChildren) << "";
+    QTest::newRow("reading parents of a formula variable") << "Gain" << true << int(ctReadingChildren) << "Doubled";
+    QTest::newRow("reading parents of a port") << "Device" << true << int(ctReadingChildren) << "GainReg";
 }
 
 void tst_NodeLayout::linkListsAfterLoad()
 {
     QFETCH(QString, node);
+    QFETCH(bool, parents);
     QFETCH(int, linkType);
     QFETCH(QString, expected);
 
@@ -133,38 +139,12 @@ void tst_NodeLayout::linkListsAfterLoad()
     map._LoadXMLFromString(describe(kLinked).constData());
     INode* n = map._GetNode(node.toStdString());
     QVERIFY(n);
-    NodeList_t children;
-    n->GetChildren(children, ELinkType(linkType));
-    QCOMPARE(render(children), expected);
-}
-
-void tst_NodeLayout::parentsAfterLoad_data()
-{
-    QTest::addColumn<QString>("node");
-    QTest::addColumn<int>("linkType");
-    QTest::addColumn<QString>("expected");
-
-    QTest::newRow("reading parents of a register") << "GainReg" << int(ctReadingChildren) << "Gain";
-    QTest::newRow("writing parents of a register") << "GainReg" << int(ctWritingChildren) << "Gain";
-    QTest::newRow("reading parents of a minimum") << "GainMin" << int(ctReadingChildren) << "Gain";
-    QTest::newRow("no writing parents of a minimum") << "GainMin" << int(ctWritingChildren) << "";
-    QTest::newRow("reading parents of a formula variable") << "Gain" << int(ctReadingChildren) << "Doubled";
-    QTest::newRow("reading parents of a port") << "Device" << int(ctReadingChildren) << "GainReg";
-}
-
-void tst_NodeLayout::parentsAfterLoad()
-{
-    QFETCH(QString, node);
-    QFETCH(int, linkType);
-    QFETCH(QString, expected);
-
-    CNodeMapRef map;
-    map._LoadXMLFromString(describe(kLinked).constData());
-    INode* n = map._GetNode(node.toStdString());
-    QVERIFY(n);
-    NodeList_t parents;
-    n->GetParents(parents, ELinkType(linkType));
-    QCOMPARE(render(parents), expected);
+    NodeList_t linked;
+    if (parents)
+        n->GetParents(linked, ELinkType(linkType));
+    else
+        n->GetChildren(linked, ELinkType(linkType));
+    QCOMPARE(render(linked), expected);
 }
 
 void tst_NodeLayout::selectedAndSelectingFeatures()
