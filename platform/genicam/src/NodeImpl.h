@@ -14,9 +14,9 @@
 #include <limits>
 #include <memory>
 #include <optional>
-#include <type_traits>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <vector>
 
 namespace GenApi
@@ -179,7 +179,6 @@ namespace GenApi
             bool HasOffset = false;
             CNodeImpl* pLength = nullptr;
         };
-
 
         //! Kinds of nodes the loader creates
         enum class ENodeKind : uint8_t

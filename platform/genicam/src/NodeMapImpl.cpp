@@ -127,13 +127,6 @@ namespace GenApi
         return StoreProperty(Name, std::string_view());
     }
 
-    std::string_view CNodeMapImpl::StoreText(std::string_view Text)
-    {
-        if (Text.empty())
-            return std::string_view();
-        return std::string_view(StoreProperty(Text, std::string_view()), Text.size());
-    }
-
     const char* CNodeMapImpl::StoreProperty(std::string_view Value, std::string_view Attribute)
     {
         // Descriptions repeat the same short values thousands of times (RW, Device, ...)
@@ -275,7 +268,7 @@ namespace GenApi
         if (!pData)
             throw INVALID_ARGUMENT_EXCEPTION("No description data");
 
-        // Text blocks in proportion to the description, so a small one does not hold a large block
+        // Text blocks in proportion to the description, so a small one does not allocate a large one
         m_TextBlockMinimum = std::min<size_t>(64 * 1024, std::max<size_t>(1024, Size / 8));
 
         // A dump header or a byte-order mark may precede the first '<'

@@ -6,7 +6,6 @@
 #include <array>
 #include <memory>
 #include <string>
-#include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
@@ -49,10 +48,8 @@ namespace GenApi
         CNodeImpl* FindNode(std::string_view Name) const;
         //! Resolves a reference of pFrom, raising RuntimeException naming both nodes if missing
         CNodeImpl* Resolve(const CNodeImpl* pFrom, const char* Property, std::string_view Target) const;
-        //! Keeps a copy of a text (NUL-terminated) for the node map's lifetime; the copies of all
-        //! properties share a few large blocks instead of one allocation each
-        std::string_view StoreText(std::string_view Text);
-        //! Keeps a property's value and attribute as one text: value NUL attribute NUL
+        //! Keeps a property's value and attribute as one text, value NUL attribute NUL, equal ones
+        //! once; while loading the texts share a few blocks, which are then packed into one piece
         const char* StoreProperty(std::string_view Value, std::string_view Attribute);
         //! Interns a name (of a property or a node) so that every node shares one copy; the result
         //! is NUL-terminated
@@ -133,21 +130,25 @@ namespace GenApi
         std::vector<std::unique_ptr<CNodeImpl>> m_Nodes;
         // Nodes by name: open addressing over node index + 1 (0 is a free slot), at most half full
         std::vector<uint32_t> m_NameTable;
+
+        // Texts: in blocks while loading, then in one piece
         struct TextBlock
         {
             std::unique_ptr<char[]> Data;
             size_t Size;
             size_t Used;
         };
-        std::vector<TextBlock> m_TextBlocks; // while loading; then packed into m_PackedText
-        std::unique_ptr<char[]> m_PackedText;
-        std::unordered_set<std::string_view> m_StoredTexts; // equal texts are stored once (while loading)
+        std::vector<TextBlock> m_TextBlocks;
+        std::unordered_set<std::string_view> m_StoredTexts; // what the blocks hold, so equal texts are stored once
         std::string m_TextKey;                              // scratch for StoreProperty
-        size_t m_TextBlockMinimum = 64 * 1024; // smaller for small descriptions
-        std::vector<detail::PackedProperty> m_Properties;                            // every node's, in node order
-        std::vector<uint32_t> m_LinkArena;                                           // every node's link lists (node indices)
-        std::vector<std::vector<detail::Property>> m_LoadProperties;                 // by node index, while loading
-        std::vector<std::array<std::vector<CNodeImpl*>, detail::lkCount>> m_LoadLinks; // likewise
+        size_t m_TextBlockMinimum = 64 * 1024;              // smaller for a small description
+        std::unique_ptr<char[]> m_PackedText;
+
+        // Properties and links: per node while loading, then one array each
+        std::vector<std::vector<detail::Property>> m_LoadProperties;                   // by node index
+        std::vector<std::array<std::vector<CNodeImpl*>, detail::lkCount>> m_LoadLinks; // by node index
+        std::vector<detail::PackedProperty> m_Properties;                              // in node order
+        std::vector<uint32_t> m_LinkArena;                                             // node indices
         std::vector<CNodeImpl*> m_PolledNodes;
         std::vector<std::pair<CNodeImpl*, std::vector<CNodeImpl*>>> m_StructGroups;
         int m_AnonymousCount = 0;
