@@ -169,6 +169,23 @@ namespace GenApi
             }
         };
 
+        //! The indexed table and the copies of an Integer or Float value, which few nodes have
+        template <class T>
+        struct ValueTable
+        {
+            std::vector<CNodeImpl*> Copies; // pValueCopy
+            CNodeImpl* pIndex = nullptr;
+            std::vector<std::pair<int64_t, T>> Indexed;
+            std::vector<std::pair<int64_t, CNodeImpl*>> pIndexed;
+            T Default = 0;
+            CNodeImpl* pDefault = nullptr;
+
+            bool IsEmpty() const
+            {
+                return Copies.empty() && !pIndex && Indexed.empty() && pIndexed.empty() && Default == 0 && !pDefault;
+            }
+        };
+
         //! Parts of a register's address and length that few registers use
         struct RegisterExtras
         {
@@ -588,25 +605,28 @@ namespace GenApi
         {
             Base::Setup();
             m_pValue = this->Link("pValue");
-            m_ValueCopies = this->Links("pValueCopy");
+            std::unique_ptr<detail::ValueTable<T>> table(new detail::ValueTable<T>);
+            table->Copies = this->Links("pValueCopy");
             m_Value = Traits::Property(this, "Value");
-            m_pIndex = this->Link("pIndex");
+            table->pIndex = this->Link("pIndex");
             for (const detail::Property& p : this->FindProperties("ValueIndexed"))
-                m_ValueIndexed.emplace_back(detail::IntegerFromString(p.Attribute(), PureNumber), Traits::Parse(p.Value()));
+                table->Indexed.emplace_back(detail::IntegerFromString(p.Attribute(), PureNumber), Traits::Parse(p.Value()));
             for (const detail::Property& p : this->FindProperties("pValueIndexed"))
-                m_pValueIndexed.emplace_back(detail::IntegerFromString(p.Attribute(), PureNumber),
+                table->pIndexed.emplace_back(detail::IntegerFromString(p.Attribute(), PureNumber),
                                              this->Map()->Resolve(this, "pValueIndexed", p.Value()));
-            m_ValueDefault = Traits::Property(this, "ValueDefault");
-            m_pValueDefault = this->Link("pValueDefault");
-            if (!m_pValue && !m_pIndex && !this->HasProperty("Value"))
+            table->Default = Traits::Property(this, "ValueDefault");
+            table->pDefault = this->Link("pValueDefault");
+            if (!m_pValue && !table->pIndex && !this->HasProperty("Value"))
                 throw RUNTIME_EXCEPTION("Node '%s': %s needs Value, pValue or pIndex", this->Name(), Traits::Kind);
+            if (!table->IsEmpty())
+                m_pTable = std::move(table);
         }
 
         EAccessMode NaturalAccessMode() const override
         {
             if (m_pValue)
                 return m_pValue->GetAccessMode();
-            if (m_pIndex && !IsReadable(m_pIndex->GetAccessMode()))
+            if (m_pTable && m_pTable->pIndex && !IsReadable(m_pTable->pIndex->GetAccessMode()))
                 return NA;
             return RW;
         }
@@ -616,56 +636,54 @@ namespace GenApi
         {
             if (m_pValue)
                 return Traits::Get(m_pValue, Verify, IgnoreCache);
-            if (!m_pIndex)
+            if (!m_pTable || !m_pTable->pIndex)
                 return m_Value;
-            const int64_t index = m_pIndex->InternalGetInt(false, IgnoreCache);
-            for (const auto& entry : m_pValueIndexed)
+            const detail::ValueTable<T>& table = *m_pTable;
+            const int64_t index = table.pIndex->InternalGetInt(false, IgnoreCache);
+            for (const auto& entry : table.pIndexed)
                 if (entry.first == index)
                     return Traits::Get(entry.second, Verify, IgnoreCache);
-            for (const auto& entry : m_ValueIndexed)
+            for (const auto& entry : table.Indexed)
                 if (entry.first == index)
                     return entry.second;
-            return m_pValueDefault ? Traits::Get(m_pValueDefault, Verify, IgnoreCache) : m_ValueDefault;
+            return table.pDefault ? Traits::Get(table.pDefault, Verify, IgnoreCache) : table.Default;
         }
 
         void WriteValue(T Value, bool Verify) override
         {
             if (m_pValue)
                 Traits::Set(m_pValue, Value, Verify);
-            else if (m_pIndex)
+            else if (m_pTable && m_pTable->pIndex)
                 WriteIndexed(Value, Verify);
             else
                 m_Value = Value;
-            for (CNodeImpl* p : m_ValueCopies)
-                Traits::Set(p, Value, Verify);
+            if (m_pTable)
+                for (CNodeImpl* p : m_pTable->Copies)
+                    Traits::Set(p, Value, Verify);
         }
 
         CNodeImpl* m_pValue = nullptr;
-        std::vector<CNodeImpl*> m_ValueCopies;
         T m_Value = 0;
-        CNodeImpl* m_pIndex = nullptr;
-        std::vector<std::pair<int64_t, T>> m_ValueIndexed;
-        std::vector<std::pair<int64_t, CNodeImpl*>> m_pValueIndexed;
-        T m_ValueDefault = 0;
-        CNodeImpl* m_pValueDefault = nullptr;
+        std::unique_ptr<detail::ValueTable<T>> m_pTable; // null: no table, no copies
 
     private:
         void WriteIndexed(T Value, bool Verify)
         {
-            const int64_t index = m_pIndex->InternalGetInt(false, false);
-            for (auto& entry : m_pValueIndexed)
+            detail::ValueTable<T>& table = *m_pTable;
+            const int64_t index = table.pIndex->InternalGetInt(false, false);
+            for (auto& entry : table.pIndexed)
                 if (entry.first == index)
                     return Traits::Set(entry.second, Value, Verify);
-            for (auto& entry : m_ValueIndexed)
+            for (auto& entry : table.Indexed)
                 if (entry.first == index)
                 {
                     entry.second = Value;
                     return;
                 }
-            if (m_pValueDefault)
-                Traits::Set(m_pValueDefault, Value, Verify);
+            if (table.pDefault)
+                Traits::Set(table.pDefault, Value, Verify);
             else
-                m_ValueDefault = Value;
+                table.Default = Value;
         }
     };
 
