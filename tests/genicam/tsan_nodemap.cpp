@@ -1,6 +1,7 @@
 // Built with ThreadSanitizer together with the engine's sources: two threads write and read
-// features of one node map while a third polls and invalidates it. ThreadSanitizer makes the
-// program fail on any data race; the program itself checks that the values stay consistent.
+// features of one node map while a third polls and invalidates it and a fourth registers
+// callbacks. ThreadSanitizer makes the program fail on any data race; the program
+// itself checks that the values stay consistent.
 
 #include <GenApi/GenApi.h>
 
@@ -8,6 +9,7 @@
 #include <cstdio>
 #include <string>
 #include <thread>
+#include <vector>
 
 using namespace GenApi;
 
@@ -37,6 +39,7 @@ namespace
         std::atomic<int> outside{0};
         void onInside(INode*) { ++inside; }
         void onOutside(INode*) { ++outside; }
+        void onAny(INode*) {}
     };
 }
 
@@ -80,11 +83,20 @@ int main()
         stop = true;
     });
 
+    // Nodes that get callbacks registered and deregistered while the others read them: a node
+    // keeps its callbacks with its rarely used fields, which the first registration creates
+    INode* const registered[] = {width->GetNode(), height->GetNode(), gain->GetNode(), map._GetNode("Temperature")};
+
     std::thread reader([&] {
         try
         {
             while (!stop)
             {
+                for (INode* n : registered)
+                {
+                    if (n->GetPollingTime() == 0 || n->GetAlias() || n->GetCastAlias())
+                        ++failures;
+                }
                 // Width and Payload are read under one hold of the lock, so they must agree
                 AutoLock lock(map._Ptr->GetLock());
                 const int64_t w = width->GetValue();
@@ -122,9 +134,30 @@ int main()
         }
     });
 
+    // The first registration on a node creates the node's rarely used fields while the reader
+    // asks the same nodes for them. (Deregistering while another thread dispatches to the
+    // callback is left out: the dispatch may still be calling it.)
+    std::vector<CallbackHandleType> handles;
+    std::thread registrar([&] {
+        try
+        {
+            for (INode* n : registered)
+                handles.push_back(Register(n, counter, &Counter::onAny));
+        }
+        catch (const GenICam::GenericException& e)
+        {
+            std::fprintf(stderr, "registrar: %s\n", e.what());
+            ++failures;
+        }
+    });
+
     writer.join();
     reader.join();
     poller.join();
+    registrar.join();
+    for (CallbackHandleType handle : handles)
+        if (!Deregister(handle))
+            ++failures;
 
     if (counter.inside < rounds || counter.outside < rounds)
     {

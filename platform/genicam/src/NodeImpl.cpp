@@ -461,7 +461,13 @@ namespace GenApi
 
     bool CNodeImpl::IsCachable() const { return m_CachingMode != NoCache; }
     ECachingMode CNodeImpl::GetCachingMode() const { return m_CachingMode; }
-    int64_t CNodeImpl::GetPollingTime() const { return PollingTime(); }
+    // The rarely used fields come into being with a node's first callback, so reading them takes
+    // the lock like registering does
+    int64_t CNodeImpl::GetPollingTime() const
+    {
+        AutoLock lock(m_pMap->GetLock());
+        return PollingTime();
+    }
 
     gcstring CNodeImpl::GetToolTip() const { return PropertyText("ToolTip"); }
 
@@ -590,8 +596,17 @@ namespace GenApi
         return found;
     }
 
-    INode* CNodeImpl::GetAlias() const { return m_pExtras ? m_pExtras->pAlias : nullptr; }
-    INode* CNodeImpl::GetCastAlias() const { return m_pExtras ? m_pExtras->pCastAlias : nullptr; }
+    INode* CNodeImpl::GetAlias() const
+    {
+        AutoLock lock(m_pMap->GetLock());
+        return m_pExtras ? m_pExtras->pAlias : nullptr;
+    }
+
+    INode* CNodeImpl::GetCastAlias() const
+    {
+        AutoLock lock(m_pMap->GetLock());
+        return m_pExtras ? m_pExtras->pCastAlias : nullptr;
+    }
     gcstring CNodeImpl::GetDocuURL() const { return PropertyText("DocuURL"); }
     bool CNodeImpl::IsDeprecated() const { return m_IsDeprecated; }
     EInterfaceType CNodeImpl::GetPrincipalInterfaceType() const { return intfIBase; }

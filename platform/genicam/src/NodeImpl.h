@@ -406,8 +406,8 @@ namespace GenApi
             return span.empty() ? nullptr : span[0];
         }
 
-        //! Rarely used fields; Extras() creates them
-        const detail::NodeExtras* FindExtras() const { return m_pExtras.get(); }
+        //! Rarely used fields; Extras() creates them. The first callback registered on a node
+        //! creates them too, so they are read and created under the node map's lock.
         detail::NodeExtras& Extras();
         int64_t PollingTime() const { return m_pExtras ? m_pExtras->PollingTime : -1; }
 
