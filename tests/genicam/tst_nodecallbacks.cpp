@@ -7,6 +7,8 @@
 #include <QtTest>
 
 #include <atomic>
+#include <chrono>
+#include <mutex>
 #include <thread>
 
 using namespace GenApi;
@@ -113,6 +115,8 @@ private slots:
     void freeRegisterAndDeregister();
     void functionCallback();
     void selfDeregisterDuringCallbackIsSafe();
+    void selfDeregisterOutsideLockReturnsAtOnce();
+    void deregisterWaitsForCallRunningOutsideLockOnAnotherThread();
 };
 
 void tst_NodeCallbacks::insideThenOutsideLock()
@@ -459,6 +463,94 @@ void tst_NodeCallbacks::selfDeregisterDuringCallbackIsSafe()
     CIntegerPtr(height)->SetValue(2);
     QCOMPARE(calls, 1);
     QCOMPARE(later, 2);
+}
+
+void tst_NodeCallbacks::selfDeregisterOutsideLockReturnsAtOnce()
+{
+    // The callback runs outside the lock on this thread; it must not wait for itself.
+    CNodeMapRef map;
+    map._LoadXMLFromString(describe(kXml).constData());
+    INode* height = map._GetNode("Height");
+    CallbackHandleType self = 0;
+    int calls = 0;
+    bool deregistered = false;
+    self = Register(height, [&](INode* n) {
+        ++calls;
+        deregistered = n->DeregisterCallback(self);
+    }, cbPostOutsideLock);
+    CIntegerPtr(height)->SetValue(1);
+    CIntegerPtr(height)->SetValue(2);
+    QCOMPARE(calls, 1);
+    QVERIFY(deregistered);
+}
+
+namespace
+{
+    //! A callback that records its calls and its end in one log, and holds a call open until
+    //! it is released
+    class HeldCallback : public CNodeCallback
+    {
+    public:
+        explicit HeldCallback(INode* node) : CNodeCallback(node, cbPostOutsideLock) {}
+        void operator()(ECallbackType type) const override
+        {
+            // Every callback hears both phases; this one acts on the phase it was made for
+            if (type != cbPostOutsideLock)
+                return;
+            note("enter");
+            entered = true;
+            // Bounded, so that a broken engine fails the test instead of hanging it
+            for (int i = 0; i < 500 && !released; ++i)
+                std::this_thread::sleep_for(std::chrono::milliseconds(10));
+            note("leave");
+        }
+        void Destroy() override { note("destroy"); }
+
+        void note(const char* what) const
+        {
+            std::lock_guard<std::mutex> guard(logMutex);
+            log.push_back(what);
+        }
+        std::vector<std::string> events() const
+        {
+            std::lock_guard<std::mutex> guard(logMutex);
+            return log;
+        }
+
+        mutable std::atomic<bool> entered{false};
+        std::atomic<bool> released{false};
+
+    private:
+        mutable std::mutex logMutex;
+        mutable std::vector<std::string> log;
+    };
+}
+
+void tst_NodeCallbacks::deregisterWaitsForCallRunningOutsideLockOnAnotherThread()
+{
+    // A writer thread runs the callback outside the lock while this thread deregisters it:
+    // Destroy() may only come once the running call has returned, since the owner frees the
+    // callback right after deregistering.
+    CNodeMapRef map;
+    map._LoadXMLFromString(describe(kXml).constData());
+    INode* height = map._GetNode("Height");
+    HeldCallback callback(height);
+    const CallbackHandleType handle = height->RegisterCallback(&callback);
+
+    std::thread writer([&] { CIntegerPtr(height)->SetValue(3); });
+    QTRY_VERIFY(callback.entered);
+    std::atomic<bool> deregistering{false};
+    std::thread owner([&] {
+        deregistering = true;
+        height->DeregisterCallback(handle);
+    });
+    QTRY_VERIFY(deregistering);
+    // Give the owner time to reach the wait; the order below holds however long this is.
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    callback.released = true;
+    owner.join();
+    writer.join();
+    QCOMPARE(callback.events(), (std::vector<std::string>{"enter", "leave", "destroy"}));
 }
 
 QTEST_GUILESS_MAIN(tst_NodeCallbacks)

@@ -726,6 +726,7 @@ namespace GenApi
         CNodeCallback* pCallback = reinterpret_cast<CNodeCallback*>(hCallback);
         if (!pCallback)
             return false;
+        bool insideOperation = false;
         {
             AutoLock lock(m_pMap->GetLock());
             detail::CallbackList* pCallbacks = Callbacks();
@@ -738,7 +739,13 @@ namespace GenApi
             // Leave a hole rather than shifting: a dispatch may be walking the list by index
             *it = nullptr;
             ++pCallbacks->Holes;
+            insideOperation = m_pMap->InOperation();
         }
+        // Out of the list, no dispatch picks it up any more; one that already did, on another
+        // thread outside the lock, must return before the callback goes. From inside an
+        // operation this thread holds the lock, which that callback may be waiting for.
+        if (!insideOperation)
+            m_pMap->WaitForCallOutsideLock(pCallback);
         pCallback->Destroy();
         return true;
     }
@@ -789,9 +796,18 @@ namespace GenApi
                 if (!pCallbacks || i >= pCallbacks->List.size())
                     break;
                 p = pCallbacks->List[i];
+                if (p)
+                    m_pMap->BeginCallOutsideLock(p);
             }
             if (!p)
                 continue;
+            // Marks the call as returned however it ends
+            struct CallEnd
+            {
+                CNodeMapImpl* pMap;
+                CNodeCallback* pCallback;
+                ~CallEnd() { pMap->EndCallOutsideLock(pCallback); }
+            } callEnd{m_pMap, p};
             if (Swallow)
             {
                 try

@@ -895,6 +895,37 @@ namespace GenApi
         }
     }
 
+    void CNodeMapImpl::BeginCallOutsideLock(CNodeCallback* pCallback)
+    {
+        std::lock_guard<std::mutex> guard(m_CallsMutex);
+        m_CallsOutsideLock.push_back({pCallback, std::this_thread::get_id()});
+    }
+
+    void CNodeMapImpl::EndCallOutsideLock(CNodeCallback* pCallback)
+    {
+        {
+            std::lock_guard<std::mutex> guard(m_CallsMutex);
+            const std::thread::id self = std::this_thread::get_id();
+            auto it = std::find_if(m_CallsOutsideLock.begin(), m_CallsOutsideLock.end(),
+                                   [&](const CallOutsideLock& c) { return c.pCallback == pCallback && c.Thread == self; });
+            if (it != m_CallsOutsideLock.end())
+                m_CallsOutsideLock.erase(it);
+        }
+        m_CallReturned.notify_all();
+    }
+
+    void CNodeMapImpl::WaitForCallOutsideLock(CNodeCallback* pCallback)
+    {
+        // A callback that this very thread is running (it deregisters itself, or one further
+        // up its stack) cannot be waited for; the caller knows what it is doing there.
+        const std::thread::id self = std::this_thread::get_id();
+        std::unique_lock<std::mutex> guard(m_CallsMutex);
+        m_CallReturned.wait(guard, [&] {
+            return std::none_of(m_CallsOutsideLock.begin(), m_CallsOutsideLock.end(),
+                                [&](const CallOutsideLock& c) { return c.pCallback == pCallback && c.Thread != self; });
+        });
+    }
+
     void CNodeMapImpl::FinishOperation(bool Unwinding)
     {
         // The outermost operation ends: first the callbacks inside the lock (they may change

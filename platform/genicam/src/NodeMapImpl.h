@@ -4,8 +4,10 @@
 #include "NodeImpl.h"
 
 #include <array>
+#include <condition_variable>
 #include <memory>
 #include <string>
+#include <thread>
 #include <unordered_set>
 #include <vector>
 
@@ -98,10 +100,20 @@ namespace GenApi
         int m_EvalDepth = 0;
         static constexpr int MaxEvalDepth = 200;
 
-        //! Callbacks deregistered while outside-lock callbacks run are destroyed afterwards
+        //! Dispatches under way; while one runs, callback lists keep their holes
         int m_OutsideFiring = 0;
         int m_InsideFiring = 0;
-        std::vector<CNodeCallback*> m_DeferredDestroy;
+
+        //! Whether an operation is under way; asked with the lock held, that is this thread's own
+        bool InOperation() const { return m_OpDepth > 0; }
+
+        //! A callback about to run outside the lock on this thread; the caller holds the lock
+        void BeginCallOutsideLock(CNodeCallback* pCallback);
+        //! That call has returned
+        void EndCallOutsideLock(CNodeCallback* pCallback);
+        //! Waits until no other thread is running this callback outside the lock, so that it can
+        //! be destroyed. The caller must not hold the lock: the running callback may need it.
+        void WaitForCallOutsideLock(CNodeCallback* pCallback);
 
     private:
         void BuildNode(void* pElement, CNodeImpl* pParentEnum, void* pInherited);
@@ -120,6 +132,17 @@ namespace GenApi
 
         std::string m_DeviceName;
         mutable CLock m_Lock;
+
+        //! Callbacks running outside the lock, and on which thread. Kept under a mutex of its
+        //! own, so that a thread waiting for one to return holds nothing the callback may need.
+        struct CallOutsideLock
+        {
+            CNodeCallback* pCallback;
+            std::thread::id Thread;
+        };
+        std::mutex m_CallsMutex;
+        std::condition_variable m_CallReturned;
+        std::vector<CallOutsideLock> m_CallsOutsideLock;
         bool m_Loaded = false;
         int m_OpDepth = 0;
         uint32_t m_VisitEpoch = 0;
