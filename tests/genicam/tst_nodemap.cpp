@@ -105,6 +105,7 @@ private slots:
     void stringFloatingAndRegister();
     void stringRegTooLongIsOutOfRange();
     void registerBytesAndText();
+    void zeroLengthRegisterNeverReachesThePort();
     void categoryFeaturesAndIsFeature();
     void selectorsAndSelectedFeatures();
     void pErrorRaisesWithEntryDisplayName();
@@ -1505,6 +1506,45 @@ void tst_NodeMap::registerBytesAndText()
     QCOMPARE(port.peek32(0x20), 0x04030201u);
     uint8_t tooMany[5] = {};
     QVERIFY_EXCEPTION_THROWN(raw->Get(tooMany, 5), GenICam::OutOfRangeException);
+}
+
+namespace
+{
+    //! Fails the test on an empty transfer: its buffer may be null, which a port need not expect
+    class StrictPort : public EngineTest::CountingPort
+    {
+    public:
+        void Read(void* pBuffer, int64_t Address, int64_t Length) override
+        {
+            if (Length <= 0 || !pBuffer)
+                ++emptyTransfers;
+            CountingPort::Read(pBuffer, Address, Length);
+        }
+        void Write(const void* pBuffer, int64_t Address, int64_t Length) override
+        {
+            if (Length <= 0 || !pBuffer)
+                ++emptyTransfers;
+            CountingPort::Write(pBuffer, Address, Length);
+        }
+        int emptyTransfers = 0;
+    };
+}
+
+void tst_NodeMap::zeroLengthRegisterNeverReachesThePort()
+{
+    CNodeMapRef map;
+    map._LoadXMLFromString(describe("<Register Name=\"Empty\"><Address>0x20</Address><Length>0</Length>"
+                                    "<AccessMode>RW</AccessMode><pPort>Device</pPort></Register>")
+                               .constData());
+    StrictPort port;
+    map._Connect(&port);
+    CRegisterPtr empty = map._GetNode("Empty");
+    QCOMPARE(empty->GetLength(), int64_t(0));
+    empty->Get(nullptr, 0);
+    empty->Set(nullptr, 0);
+    QCOMPARE(QByteArray(empty->ToString().c_str()), QByteArray("0x"));
+    QCOMPARE(port.emptyTransfers, 0);
+    QCOMPARE(port.reads.load(), 0);
 }
 
 void tst_NodeMap::categoryFeaturesAndIsFeature()

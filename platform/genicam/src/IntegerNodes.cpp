@@ -371,6 +371,9 @@ namespace GenApi
         if (!m_pPort)
             throw ACCESS_EXCEPTION("Node '%s' has no port", pNode->Name());
         const int64_t address = GetAddress(pNode);
+        // Nothing to move: a port is never handed an empty transfer, whose buffer may be null
+        if (Length <= 0)
+            return;
         try
         {
             static_cast<CPortNode*>(m_pPort)->PortRead(pBuffer, address, Length);
@@ -386,6 +389,8 @@ namespace GenApi
         if (!m_pPort)
             throw ACCESS_EXCEPTION("Node '%s' has no port", pNode->Name());
         const int64_t address = GetAddress(pNode);
+        if (Length <= 0)
+            return;
         try
         {
             static_cast<CPortNode*>(m_pPort)->PortWrite(pBuffer, address, Length);
