@@ -135,14 +135,24 @@ int main()
     });
 
     // The first registration on a node creates the node's rarely used fields while the reader
-    // asks the same nodes for them. (Deregistering while another thread dispatches to the
-    // callback is left out: the dispatch may still be calling it.)
+    // asks the same nodes for them. Then callbacks come and go while the writer's changes are
+    // dispatched to them outside the lock: a deregistered callback is destroyed only once a
+    // call running on another thread has returned.
     std::vector<CallbackHandleType> handles;
     std::thread registrar([&] {
         try
         {
             for (INode* n : registered)
                 handles.push_back(Register(n, counter, &Counter::onAny));
+            for (int round = 0; round < 200; ++round)
+            {
+                std::vector<CallbackHandleType> passing;
+                for (INode* n : registered)
+                    passing.push_back(Register(n, counter, &Counter::onAny, cbPostOutsideLock));
+                for (CallbackHandleType handle : passing)
+                    if (!Deregister(handle))
+                        ++failures;
+            }
         }
         catch (const GenICam::GenericException& e)
         {
