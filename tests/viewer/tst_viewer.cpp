@@ -339,37 +339,58 @@ void tst_Viewer::bandwidthWindowMeasuresOpenCameraAsManagedDevice()
     QVERIFY(!bandwidth->isMeasuring());
 }
 
+namespace {
+
+// The first emulated camera open and waiting for a trigger, with every camera ticked in the
+// bandwidth window; the trigger is switched off again at the end.
+struct TriggeredCamera
+{
+    void open()
+    {
+        window.setUnattended(true);
+        window.openWhenFound(QStringLiteral("*EMU-0000*"));
+        QTRY_VERIFY_WITH_TIMEOUT(window.camera(), 30000);
+        triggerMode = dynamic_cast<GenApi::IValue*>(window.camera()->nodeMap()->GetNode("TriggerMode"));
+        QVERIFY(triggerMode);
+        triggerMode->FromString("On", true);
+        bandwidth = window.showBandwidthWindow();
+        bandwidth->checkAllCameras();
+    }
+    ~TriggeredCamera()
+    {
+        if (bandwidth)
+            bandwidth->stopMeasuring();
+        if (triggerMode)
+            triggerMode->FromString("Off", true);
+    }
+
+    MainWindow window;
+    GenApi::IValue* triggerMode = nullptr;
+    BandwidthWindow* bandwidth = nullptr;
+};
+
+} // namespace
+
 void tst_Viewer::measuringTriggeredCameraIsLoggedWhenUnattended()
 {
-    MainWindow w;
-    w.setUnattended(true);
-    w.openWhenFound(QStringLiteral("*EMU-0000*"));
-    QTRY_VERIFY_WITH_TIMEOUT(w.camera(), 30000);
-    auto* triggerMode = dynamic_cast<GenApi::IValue*>(w.camera()->nodeMap()->GetNode("TriggerMode"));
-    QVERIFY(triggerMode);
-    triggerMode->FromString("On", true);
-    BandwidthWindow* bandwidth = w.showBandwidthWindow();
-    bandwidth->checkAllCameras();
-    QVERIFY(bandwidth->startMeasuring());
-    const QStringList log = bandwidth->logLines();
+    TriggeredCamera camera;
+    camera.open();
+    if (QTest::currentTestFailed())
+        return;
+    QVERIFY(camera.bandwidth->startMeasuring());
+    const QStringList log = camera.bandwidth->logLines();
     QVERIFY2(log.size() == 1 && log.first().contains(QLatin1String("EMU-0000")), qPrintable(log.join(QLatin1Char('\n'))));
     QVERIFY(log.first().startsWith(QLatin1String("Measuring triggered cameras")));
-    bandwidth->stopMeasuring();
-    triggerMode->FromString("Off", true);
 }
 
 void tst_Viewer::measuringTriggeredCameraAsksFirstAndCancelKeepsItStopped()
 {
-    MainWindow w;
-    w.setUnattended(true);
-    w.openWhenFound(QStringLiteral("*EMU-0000*"));
-    QTRY_VERIFY_WITH_TIMEOUT(w.camera(), 30000);
-    auto* triggerMode = dynamic_cast<GenApi::IValue*>(w.camera()->nodeMap()->GetNode("TriggerMode"));
-    QVERIFY(triggerMode);
-    triggerMode->FromString("On", true);
-    BandwidthWindow* bandwidth = w.showBandwidthWindow();
+    TriggeredCamera camera;
+    camera.open();
+    if (QTest::currentTestFailed())
+        return;
+    BandwidthWindow* bandwidth = camera.bandwidth;
     bandwidth->setUnattended(false); // a person at the screen gets the question
-    bandwidth->checkAllCameras();
     QSignalSpy measuring(bandwidth, &BandwidthWindow::measuringChanged);
 
     QString question;
@@ -394,8 +415,6 @@ void tst_Viewer::measuringTriggeredCameraAsksFirstAndCancelKeepsItStopped()
     });
     QVERIFY(bandwidth->startMeasuring());
     QCOMPARE(measuring.count(), 1);
-    bandwidth->stopMeasuring();
-    triggerMode->FromString("Off", true);
 }
 
 void tst_Viewer::aboutBoxNamesVersionAndCopyrightYears()
