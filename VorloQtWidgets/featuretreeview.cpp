@@ -52,6 +52,19 @@ bool usesPersistentEditor(const FeatureTreeItem* item)
     return item->usePersistentEditor();
 }
 
+// Walks the rows that the viewport shows, top to bottom.
+template <typename Visit>
+void forEachRowInView(QTreeView* view, Visit visit)
+{
+    const int height = view->viewport()->height();
+    for (QModelIndex row = view->indexAt(QPoint(0, 0)); row.isValid(); row = view->indexBelow(row)) {
+        if (view->visualRect(row).top() >= height)
+            break;
+        if (!visit(row.sibling(row.row(), 1)))
+            break;
+    }
+}
+
 } // namespace
 
 FeatureTreeView::FeatureTreeView(QWidget* parent)
@@ -85,6 +98,10 @@ FeatureTreeView::~FeatureTreeView()
     GetLazyTraceStructInstance()->debug("FeatureTreeView::~FeatureTreeView()");
     if (IFeatureTreeModelExtension* extension = getFeatureExtension())
         extension->GetFavorites().Deregister(this);
+    // The model usually dies soon after its view, and a new model may be made at the same
+    // address; it must not count as the one already seen.
+    if (s_lastVisibilityModel == model())
+        s_lastVisibilityModel = nullptr;
 }
 
 void FeatureTreeView::createModel()
@@ -140,8 +157,87 @@ void FeatureTreeView::openPersistentEditor(const QModelIndex& index)
     FeatureTreeItem* item = extension->getFeatureTreeItem(index);
     if (!item || !extension->findItem(item, nullptr, 0).isValid())
         return;
-    if (usesPersistentEditor(item) && item->getVisibility() <= m_visibility && isAccessible(item->getAccessMode()))
+    if (!usesPersistentEditor(item) || item->getVisibility() > m_visibility || !isAccessible(item->getAccessMode()))
+        return;
+    // Every editor is a widget of its own, and each one makes every later change of the rows
+    // slower (the view tracks its index). A search over thousands of features would build
+    // thousands of them, nearly all out of sight. So only rows in view get theirs now; the
+    // others get it when they come into view (see paintEvent).
+    if (isRowInView(index))
         QAbstractItemView::openPersistentEditor(index);
+}
+
+void FeatureTreeView::expandBranchesToDepth(int depth)
+{
+    // The view keeps a persistent index for every expanded row, and each of them makes every
+    // later insertion or removal of rows slower; a search removes rows in many small runs.
+    // Expanding a row with nothing below it changes nothing a person sees, so such rows are
+    // left alone, where expandToDepth would expand thousands of features.
+    if (model())
+        expandBranches(QModelIndex(), 0, depth);
+}
+
+void FeatureTreeView::expandBranches(const QModelIndex& parent, int level, int depth)
+{
+    QAbstractItemModel* itemModel = model();
+    const int rows = itemModel->rowCount(parent);
+    for (int row = 0; row < rows; ++row) {
+        if (isRowHidden(row, parent))
+            continue; // as expandToDepth, which walks the rows in view only
+        const QModelIndex index = itemModel->index(row, 0, parent);
+        if (level <= depth) {
+            if (itemModel->hasChildren(index)) {
+                expand(index);
+                expandBranches(index, level + 1, depth);
+            }
+        } else if (isExpanded(index)) {
+            // Deeper rows end up collapsed, as with expandToDepth.
+            expandBranches(index, level + 1, depth);
+            collapse(index);
+        }
+    }
+}
+
+bool FeatureTreeView::isRowInView(const QModelIndex& index)
+{
+    // Empty for a row below a collapsed branch or a hidden row.
+    const QRect rect = visualRect(index);
+    return rect.isValid() && rect.intersects(viewport()->rect());
+}
+
+bool FeatureTreeView::rowInViewLacksEditor()
+{
+    IFeatureTreeModelExtension* extension = getFeatureExtension();
+    if (!extension)
+        return false;
+    bool lacks = false;
+    forEachRowInView(this, [&](const QModelIndex& valueIndex) {
+        FeatureTreeItem* item = extension->getFeatureTreeItem(valueIndex);
+        lacks = item && !indexWidget(valueIndex) && usesPersistentEditor(item) && item->ShowMe(m_visibility);
+        return !lacks;
+    });
+    return lacks;
+}
+
+void FeatureTreeView::openEditorsInView()
+{
+    m_editorsInViewQueued = false;
+    IFeatureTreeModelExtension* extension = getFeatureExtension();
+    if (!extension)
+        return;
+    // Collected first: opening an editor announces a change of its row, which may lay the
+    // rows out again.
+    QList<QPersistentModelIndex> wanted;
+    forEachRowInView(this, [&](const QModelIndex& valueIndex) {
+        FeatureTreeItem* item = extension->getFeatureTreeItem(valueIndex);
+        if (item && !indexWidget(valueIndex) && usesPersistentEditor(item) && item->ShowMe(m_visibility))
+            wanted.append(valueIndex);
+        return true;
+    });
+    for (const QPersistentModelIndex& valueIndex : qAsConst(wanted)) {
+        if (valueIndex.isValid() && !indexWidget(valueIndex))
+            openPersistentEditor(valueIndex);
+    }
 }
 
 void FeatureTreeView::openPersistentEditorsForChildren(const QModelIndex& parent)
@@ -383,6 +479,12 @@ void FeatureTreeView::drawRow(QPainter* painter, const QStyleOptionViewItem& opt
 
 void FeatureTreeView::paintEvent(QPaintEvent* event)
 {
+    // Rows that came into view (scrolled, or moved up by rows that went away) get their
+    // editors right after this paint; creating widgets while the viewport paints is not safe.
+    if (!m_editorsInViewQueued && rowInViewLacksEditor()) {
+        m_editorsInViewQueued = true;
+        QMetaObject::invokeMethod(this, [this] { openEditorsInView(); }, Qt::QueuedConnection);
+    }
     QTreeView::paintEvent(event);
     if (model() && model()->rowCount() == 0) {
         QPainter painter(viewport());

@@ -39,6 +39,8 @@ public:
     void updateRows(const QModelIndex& parent);
     void openPersistentEditor(const QModelIndex& index);
     void openPersistentEditorsForChildren(const QModelIndex& parent);
+    // Shows the tree as expandToDepth(depth) does, expanding only rows that have rows below them.
+    void expandBranchesToDepth(int depth);
 
 signals:
     void onCurrentChanged(const QModelIndex& current);
@@ -65,8 +67,13 @@ protected:
 private:
     void hideRow(int row, const QModelIndex& parent);
     void updateRowState(const QModelIndex& index);
+    bool isRowInView(const QModelIndex& index);
+    bool rowInViewLacksEditor();
+    void openEditorsInView();
+    void expandBranches(const QModelIndex& parent, int level, int depth);
 
     GenApi::EVisibility m_visibility;
     QSet<QPersistentModelIndex> m_persistentIndexes; // kept for layout compatibility; unused
     FeatureTreeHighlighter m_highlighter;
+    bool m_editorsInViewQueued = false;
 };

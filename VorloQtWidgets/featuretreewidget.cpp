@@ -291,12 +291,24 @@ void FeatureTreeWidget::addNodeMap(GenApi::INodeMap* pNodeMap, const QString& ro
 
 void FeatureTreeWidget::clear()
 {
-    getFeatureExtension()->clear();
+    // The model drops its rows without announcing it, while the proxy and the view still hold
+    // indexes into them. So the proxy lets go of its source first, which resets the proxy and
+    // the view while the rows still exist, and takes it back once they are gone.
+    auto* proxy = qobject_cast<FeatureTreeProxyModel*>(ui.treeView->model());
+    QAbstractItemModel* source = proxy ? proxy->sourceModel() : nullptr;
+    auto* sourceExtension = dynamic_cast<IFeatureTreeModelExtension*>(source);
+    if (!sourceExtension) {
+        getFeatureExtension()->clear();
+        return;
+    }
+    proxy->setSourceModel(nullptr);
+    sourceExtension->clear();
+    proxy->setSourceModel(source);
 }
 
 void FeatureTreeWidget::expandTree()
 {
-    ui.treeView->expandToDepth(2);
+    ui.treeView->expandBranchesToDepth(2);
 }
 
 void FeatureTreeWidget::onFilterTextChanged(const QString& newText)

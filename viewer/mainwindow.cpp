@@ -249,10 +249,11 @@ void MainWindow::createActions()
     bar->addAction(m_actionIp);
 }
 
-// The feature model sends no reset when it is cleared, so a view on it would keep indexes of
-// rows that are gone. Each device therefore gets a fresh widget, and the old one goes together
-// with its model and proxy, which the view leaves to the application. This runs while the old
-// device is still open, so that the rows can deregister their node callbacks.
+// Each device gets a fresh widget. Clearing the old one would empty its rows, but its model
+// keeps an entry for every node map it was ever given; a fresh model starts with none. The old
+// widget goes together with its model and proxy, which the view leaves to the application.
+// This runs while the old device is still open, so that the rows can deregister their node
+// callbacks.
 void MainWindow::replaceFeatureTree()
 {
     const int index = m_featureSplitter->indexOf(m_featureTree);

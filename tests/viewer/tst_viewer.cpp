@@ -16,10 +16,17 @@
 
 #include <QAbstractProxyModel>
 #include <QAction>
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QLabel>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QTimer>
 #include <QHostAddress>
 #include <QStatusBar>
 #include <QImage>
 #include <QMap>
+#include <QPointer>
 #include <QProcess>
 #include <QSettings>
 #include <QSignalSpy>
@@ -30,6 +37,9 @@
 #include <QTreeView>
 #include <QTreeWidget>
 #include <QTreeWidgetItemIterator>
+
+#include <functional>
+#include <memory>
 
 namespace {
 
@@ -91,6 +101,32 @@ QStringList qtObjectWarnings(const QString& err)
 
 } // namespace
 
+// Answers the next modal dialog from inside its own event loop. A dialog that is still open
+// five seconds after it appeared is closed, so that no run can hang on it.
+void answerNextModalDialog(const std::function<void(QWidget*)>& answer)
+{
+    auto* poll = new QTimer;
+    poll->setInterval(20);
+    auto waited = std::make_shared<QElapsedTimer>();
+    waited->start();
+    QObject::connect(poll, &QTimer::timeout, [poll, answer, waited] {
+        QWidget* modal = QApplication::activeModalWidget();
+        if (!modal && waited->elapsed() < 10000)
+            return;
+        poll->stop();
+        poll->deleteLater();
+        if (!modal)
+            return;
+        QPointer<QWidget> guard(modal);
+        QTimer::singleShot(5000, [guard] {
+            if (guard)
+                guard->close();
+        });
+        answer(modal);
+    });
+    poll->start();
+}
+
 class tst_Viewer : public QObject
 {
     Q_OBJECT
@@ -108,6 +144,8 @@ private slots:
     void deviceRemovedWhileOpenClosesViewWithMessage();
     void bandwidthWindowMeasuresOpenCameraAsManagedDevice();
     void measuringTriggeredCameraIsLoggedWhenUnattended();
+    void measuringTriggeredCameraAsksFirstAndCancelKeepsItStopped();
+    void aboutBoxNamesVersionAndCopyrightYears();
     void settingsRememberLastDeviceAndUserLevel();
     void ipConfigurationWritesPersistentAddress();
     void ipConfigurationWithoutGigECameraOnlyTells();
@@ -301,23 +339,104 @@ void tst_Viewer::bandwidthWindowMeasuresOpenCameraAsManagedDevice()
     QVERIFY(!bandwidth->isMeasuring());
 }
 
+namespace {
+
+// The first emulated camera open and waiting for a trigger, with every camera ticked in the
+// bandwidth window; the trigger is switched off again at the end.
+struct TriggeredCamera
+{
+    void open()
+    {
+        window.setUnattended(true);
+        window.openWhenFound(QStringLiteral("*EMU-0000*"));
+        QTRY_VERIFY_WITH_TIMEOUT(window.camera(), 30000);
+        triggerMode = dynamic_cast<GenApi::IValue*>(window.camera()->nodeMap()->GetNode("TriggerMode"));
+        QVERIFY(triggerMode);
+        triggerMode->FromString("On", true);
+        bandwidth = window.showBandwidthWindow();
+        bandwidth->checkAllCameras();
+    }
+    ~TriggeredCamera()
+    {
+        if (bandwidth)
+            bandwidth->stopMeasuring();
+        if (triggerMode)
+            triggerMode->FromString("Off", true);
+    }
+
+    MainWindow window;
+    GenApi::IValue* triggerMode = nullptr;
+    BandwidthWindow* bandwidth = nullptr;
+};
+
+} // namespace
+
 void tst_Viewer::measuringTriggeredCameraIsLoggedWhenUnattended()
+{
+    TriggeredCamera camera;
+    camera.open();
+    if (QTest::currentTestFailed())
+        return;
+    QVERIFY(camera.bandwidth->startMeasuring());
+    const QStringList log = camera.bandwidth->logLines();
+    QVERIFY2(log.size() == 1 && log.first().contains(QLatin1String("EMU-0000")), qPrintable(log.join(QLatin1Char('\n'))));
+    QVERIFY(log.first().startsWith(QLatin1String("Measuring triggered cameras")));
+}
+
+void tst_Viewer::measuringTriggeredCameraAsksFirstAndCancelKeepsItStopped()
+{
+    TriggeredCamera camera;
+    camera.open();
+    if (QTest::currentTestFailed())
+        return;
+    BandwidthWindow* bandwidth = camera.bandwidth;
+    bandwidth->setUnattended(false); // a person at the screen gets the question
+    QSignalSpy measuring(bandwidth, &BandwidthWindow::measuringChanged);
+
+    QString question;
+    answerNextModalDialog([&question](QWidget* modal) {
+        auto* box = qobject_cast<QMessageBox*>(modal);
+        if (!box)
+            return modal->close(), void();
+        question = box->text();
+        box->button(QMessageBox::Cancel)->click();
+    });
+    QVERIFY(!bandwidth->startMeasuring());
+    QVERIFY2(question.contains(QLatin1String("EMU-0000")), qPrintable(question));
+    QVERIFY(question.endsWith(QLatin1String("Measure anyway?")));
+    QCOMPARE(measuring.count(), 0);
+    QVERIFY(bandwidth->logLines().isEmpty());
+
+    answerNextModalDialog([](QWidget* modal) {
+        if (auto* box = qobject_cast<QMessageBox*>(modal))
+            box->button(QMessageBox::Ok)->click();
+        else
+            modal->close();
+    });
+    QVERIFY(bandwidth->startMeasuring());
+    QCOMPARE(measuring.count(), 1);
+}
+
+void tst_Viewer::aboutBoxNamesVersionAndCopyrightYears()
 {
     MainWindow w;
     w.setUnattended(true);
-    w.openWhenFound(QStringLiteral("*EMU-0000*"));
-    QTRY_VERIFY_WITH_TIMEOUT(w.camera(), 30000);
-    auto* triggerMode = dynamic_cast<GenApi::IValue*>(w.camera()->nodeMap()->GetNode("TriggerMode"));
-    QVERIFY(triggerMode);
-    triggerMode->FromString("On", true);
-    BandwidthWindow* bandwidth = w.showBandwidthWindow();
-    bandwidth->checkAllCameras();
-    QVERIFY(bandwidth->startMeasuring());
-    const QStringList log = bandwidth->logLines();
-    QVERIFY2(log.size() == 1 && log.first().contains(QLatin1String("EMU-0000")), qPrintable(log.join(QLatin1Char('\n'))));
-    QVERIFY(log.first().startsWith(QLatin1String("Measuring triggered cameras")));
-    bandwidth->stopMeasuring();
-    triggerMode->FromString("Off", true);
+    QString dialogName;
+    QString title;
+    QStringList texts;
+    answerNextModalDialog([&](QWidget* modal) {
+        dialogName = modal->objectName();
+        title = modal->windowTitle();
+        for (const QLabel* label : modal->findChildren<QLabel*>())
+            texts << label->text();
+        modal->close();
+    });
+    w.showAbout();
+    QCOMPARE(dialogName, QStringLiteral("AboutDialog"));
+    QCOMPARE(title, QStringLiteral("About tst_viewer"));
+    const QString all = texts.join(QLatin1Char('\n'));
+    QVERIFY2(all.contains(QStringLiteral(VORLO_VERSION)), qPrintable(all));
+    QVERIFY2(all.contains(QLatin1String("2024-2026")), qPrintable(all));
 }
 
 void tst_Viewer::settingsRememberLastDeviceAndUserLevel()

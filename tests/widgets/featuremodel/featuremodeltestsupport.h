@@ -240,16 +240,21 @@ public:
         : m_allowed(allowed)
     {
         QMutexLocker lock(&mutex());
+        m_outer = current();
         current() = this;
-        m_previous = qInstallMessageHandler(&ModelWatch::handler);
+        const QtMessageHandler installed = qInstallMessageHandler(&ModelWatch::handler);
+        // A watch nested in another forwards to the handler the outer one replaced, never to
+        // its own handler, which would call itself without end.
+        m_previous = m_outer ? m_outer->m_previous : installed;
     }
 
     ~ModelWatch()
     {
         m_testers.clear();
         QMutexLocker lock(&mutex());
-        qInstallMessageHandler(m_previous);
-        current() = nullptr;
+        if (!m_outer)
+            qInstallMessageHandler(m_previous);
+        current() = m_outer;
     }
 
     // Attach after the node maps are in: the tester walks the whole tree, which would build
@@ -302,6 +307,7 @@ private:
     QList<Departure> m_allowed;
     std::vector<std::unique_ptr<QAbstractItemModelTester>> m_testers;
     QtMessageHandler m_previous = nullptr;
+    ModelWatch* m_outer = nullptr; // the watch that was current before this one; it gets the messages back
     QStringList m_unexpected;
     QSet<QString> m_seen;
 };

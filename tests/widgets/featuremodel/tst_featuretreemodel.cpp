@@ -106,6 +106,7 @@ private slots:
     void monitorModeInvalidatesEveryPass();
     void refreshInvalidatesLiveNodeMaps();
     void clearEmptiesTheMasterRootWithoutResetSignals();
+    void nestedModelWatchesHandOverComplaints();
 
 private:
     void checkWatch(Fixture& f) { QVERIFY2(f.watch.unexpected().isEmpty(), qPrintable(f.watch.unexpected().join('\n'))); }
@@ -507,6 +508,23 @@ void TestFeatureTreeModel::clearEmptiesTheMasterRootWithoutResetSignals()
     QCOMPARE(f.model.rowCount(), 0);
     QCOMPARE(f.model.GetNodeMapName(f.camera.map()), QStringLiteral("cam"));
     checkWatch(f);
+}
+
+// Two fixtures alive at once (two models, each with its own watch) must not make the message
+// handler call itself: the inner watch takes the complaints while it lives, then the outer again.
+void TestFeatureTreeModel::nestedModelWatchesHandOverComplaints()
+{
+    static const QLoggingCategory modelTest("qt.modeltest");
+    ModelWatch outer{QList<Departure>()};
+    {
+        ModelWatch inner{QList<Departure>()};
+        qCWarning(modelTest) << "first made-up complaint";
+        QCOMPARE(inner.unexpected().size(), 1);
+        QCOMPARE(outer.unexpected().size(), 0);
+    }
+    qCWarning(modelTest) << "second made-up complaint";
+    QCOMPARE(outer.unexpected().size(), 1);
+    QVERIFY(outer.unexpected().first().contains(QStringLiteral("second")));
 }
 
 QTEST_MAIN(TestFeatureTreeModel)

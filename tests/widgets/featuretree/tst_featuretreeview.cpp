@@ -2,6 +2,7 @@
 // and the nodes, the empty-tree message, favorites expansion shared between views, the
 // selection palette and the selection carried across favorites rebuilds.
 
+#include <QAbstractProxyModel>
 #include <QImage>
 #include <QSignalSpy>
 #include <QtTest>
@@ -95,6 +96,20 @@ struct ViewFixture
     std::unique_ptr<ModelWatch> watch;
 };
 
+// One category of many float features: more rows than a small view shows.
+QByteArray manyFloatsDescription(int count)
+{
+    QByteArray xml = descriptionHead("ManyCam") +
+        "<Category Name=\"Root\">\n  <pFeature>Many</pFeature>\n</Category>\n"
+        "<Category Name=\"Many\">\n";
+    for (int i = 0; i < count; ++i)
+        xml += "  <pFeature>Value" + QByteArray::number(i) + "</pFeature>\n";
+    xml += "</Category>\n";
+    for (int i = 0; i < count; ++i)
+        xml += "<Float Name=\"Value" + QByteArray::number(i) + "\"><Value>1</Value><Min>0</Min><Max>10</Max></Float>\n";
+    return xml + descriptionTail();
+}
+
 // The pixels in which two images differ, as a bounding rectangle.
 QRect differingArea(const QImage& a, const QImage& b)
 {
@@ -138,6 +153,9 @@ private slots:
     void selectionCarriedAcrossFavoritesRebuildByFullName();
     void currentChangedIsForwardedAsSignal();
     void settingsPathIsForwardedToFavorites();
+    void editorsOpenForRowsInViewAndFollowScrolling();
+    void expandBranchesToDepthSkipsRowsWithoutChildrenAndCollapsesDeeperRows();
+    void levelChangeActsOnModelOfDestroyedView();
 };
 
 void TestFeatureTreeView::initTestCase()
@@ -460,6 +478,94 @@ void TestFeatureTreeView::settingsPathIsForwardedToFavorites()
     QCOMPARE(f.view->getSettingsPath(), QStringLiteral("TestFavorites"));
     QCOMPARE(f.proxy->GetFavorites().getSettingsPath(), QStringLiteral("TestFavorites"));
     f.view->setSettingsPath(previous);
+}
+
+void TestFeatureTreeView::editorsOpenForRowsInViewAndFollowScrolling()
+{
+    TestCamera camera(manyFloatsDescription(80));
+    auto* view = new ProbedView;
+    auto* proxy = qobject_cast<FeatureTreeProxyModel*>(view->model());
+    FeatureTreeModel* source = proxy->getFeatureTreeModel();
+    {
+        ModelWatch watch(modelDepartures());
+        watch.watch(source);
+        watch.watch(proxy);
+        view->resize(400, 300);
+        view->show();
+        QVERIFY(QTest::qWaitForWindowExposed(view));
+        proxy->setVisibility(GenApi::Guru);
+        proxy->rebuildFavoriteItems();
+        proxy->addNodeMap(camera.map(), QStringLiteral("Camera"), QStringLiteral("cam"), false);
+        proxy->invalidate();
+        proxy->refreshSpecialItems();
+        view->expand(proxy->index(proxy->rowCount() - 1, 0));
+        view->expand(findByNodeName(proxy, QStringLiteral("Many")));
+
+        const QModelIndex first = findByNodeName(proxy, QStringLiteral("Value0"), 1);
+        const QModelIndex last = findByNodeName(proxy, QStringLiteral("Value79"), 1);
+        QVERIFY(first.isValid() && last.isValid());
+        QVERIFY(view->indexWidget(first) != nullptr);
+        // Far below the viewport: no widget yet.
+        QVERIFY(view->indexWidget(last) == nullptr);
+
+        view->scrollToBottom();
+        QTRY_VERIFY(view->indexWidget(last) != nullptr);
+        // The rows in between that never came into view have none.
+        QVERIFY(view->indexWidget(findByNodeName(proxy, QStringLiteral("Value40"), 1)) == nullptr);
+        QVERIFY2(watch.unexpected().isEmpty(), qPrintable(watch.unexpected().join('\n')));
+    }
+    delete view;
+    delete proxy;
+    delete source;
+}
+
+void TestFeatureTreeView::expandBranchesToDepthSkipsRowsWithoutChildrenAndCollapsesDeeperRows()
+{
+    ViewFixture f;
+    const QModelIndex top = f.proxy->index(f.proxy->rowCount() - 1, 0);
+    f.view->expandBranchesToDepth(2);
+    QVERIFY(f.view->isExpanded(top));
+    QVERIFY(f.view->isExpanded(f.row("Acquisition")));
+    QVERIFY(f.view->isExpanded(f.row("Levels")));
+    // A feature has nothing below it at this level: expanding it would change nothing.
+    QVERIFY(!f.proxy->hasChildren(f.row("ExposureTime")));
+    QVERIFY(!f.view->isExpanded(f.row("ExposureTime")));
+
+    // A smaller depth collapses the rows below it, as expandToDepth does.
+    f.view->expandBranchesToDepth(0);
+    QVERIFY(f.view->isExpanded(top));
+    QVERIFY(!f.view->isExpanded(f.row("Acquisition")));
+    QVERIFY2(f.unexpected().isEmpty(), qPrintable(f.unexpected()));
+}
+
+void TestFeatureTreeView::levelChangeActsOnModelOfDestroyedView()
+{
+    // The view that last acted on a level change dies; its model lives on and gets a new view.
+    // The new view's first level change must act, even at the level it already has.
+    ViewFixture f;
+    f.view->setVisibility(GenApi::Guru);
+    auto* second = new FeatureTreeView(nullptr);
+    QAbstractItemModel* secondProxy = second->model();
+    QAbstractItemModel* secondSource = qobject_cast<QAbstractProxyModel*>(secondProxy)->sourceModel();
+    second->setVisibility(GenApi::Guru); // remembered: the second view's proxy
+    delete second;
+
+    auto* third = new FeatureTreeView(nullptr);
+    QAbstractItemModel* thirdProxy = third->model();
+    QAbstractItemModel* thirdSource = qobject_cast<QAbstractProxyModel*>(thirdProxy)->sourceModel();
+    third->setModel(secondProxy);
+    // Reading every node again shows that the level change acted: the node map is refreshed.
+    auto* secondExtension = dynamic_cast<IFeatureTreeModelExtension*>(secondProxy);
+    secondExtension->addNodeMap(f.camera.map(), QStringLiteral("Camera"), QStringLiteral("cam2"), false);
+    QSignalSpy changed(secondProxy, &QAbstractItemModel::dataChanged);
+    third->setVisibility(GenApi::Expert); // the view's own level
+    QVERIFY(changed.count() > 0);
+    third->setModel(thirdProxy); // its own stack again, so that it leaves the right favorites list
+    delete third;
+    delete thirdProxy;
+    delete thirdSource;
+    delete secondProxy;
+    delete secondSource;
 }
 
 QTEST_MAIN(TestFeatureTreeView)

@@ -154,6 +154,7 @@ private slots:
     void contextMenuOnFavoriteHoldsMoveAndRemove();
     void removingLastFavoriteRowMakesRowAboveCurrent();
     void copyToClipboardOnEmptyTreePutsEmptyText();
+    void clearLeavesNoStaleRowsInViewAndNodeMapComesBack();
     void copyToClipboardPutsTabAtColumn40OnEveryLevel();
     void pollingCheckBoxAndActionEmitAndFollowSetPolling();
     void saveAndRestoreStateKeepsColumnWidth();
@@ -469,6 +470,34 @@ struct EmulatedCamera
 
 } // namespace
 
+void TestFeatureTreeWidget::clearLeavesNoStaleRowsInViewAndNodeMapComesBack()
+{
+    WidgetFixture f;
+    f.view()->expand(f.row("Group"));
+    f.view()->setCurrentIndex(f.row("MatchOne"));
+    QTest::keyClicks(f.search(), QStringLiteral("Match"));
+    QVERIFY(f.view()->visualRect(f.row("MatchTwo")).isValid());
+
+    f.widget->clear();
+    QCOMPARE(f.proxy->rowCount(), 0);
+    QVERIFY(!f.view()->currentIndex().isValid());
+    // The view walks its rows when it paints and when the search runs: none of them may
+    // still point into the deleted rows.
+    f.view()->viewport()->repaint();
+    f.search()->clear();
+    QTest::keyClicks(f.search(), QStringLiteral("Lo"));
+    f.search()->clear();
+
+    f.widget->addNodeMap(f.camera->map(), QStringLiteral("Camera"), QStringLiteral("cam"), false);
+    const QModelIndex group = f.row("Group");
+    QVERIFY(group.isValid());
+    f.view()->expand(group);
+    QVERIFY(f.view()->visualRect(f.row("MatchOne")).isValid());
+    f.view()->setCurrentIndex(f.row("MatchOne"));
+    QCOMPARE(f.widget->GetCurrentNode()->GetName(), GenICam::gcstring("MatchOne"));
+    QVERIFY2(f.unexpected().isEmpty(), qPrintable(f.unexpected()));
+}
+
 void TestFeatureTreeWidget::personWorksThroughEmulatedCamera()
 {
     EmulatedCamera camera;
@@ -485,6 +514,8 @@ void TestFeatureTreeWidget::personWorksThroughEmulatedCamera()
 
     // Type a value into the float editor and press Return.
     const QModelIndex exposure = f.row("ExposureTime", 1);
+    // Editors come with the rows in view: scroll there as a person would.
+    f.view()->scrollTo(exposure);
     QTRY_VERIFY(f.view()->indexWidget(exposure) != nullptr);
     QWidget* editor = f.view()->indexWidget(exposure);
     QVERIFY(editor);
@@ -507,6 +538,7 @@ void TestFeatureTreeWidget::personWorksThroughEmulatedCamera()
     const QModelIndex imageFormat = f.row("ImageFormatControl");
     f.view()->expand(imageFormat);
     const QModelIndex pixelFormat = f.row("PixelFormat", 1);
+    f.view()->scrollTo(pixelFormat);
     QTRY_VERIFY(f.view()->indexWidget(pixelFormat) != nullptr);
     auto* combo = qobject_cast<QComboBox*>(f.view()->indexWidget(pixelFormat));
     QVERIFY(combo);
@@ -518,12 +550,30 @@ void TestFeatureTreeWidget::personWorksThroughEmulatedCamera()
 
     // Tick a boolean.
     const QModelIndex reverse = f.row("ReverseX", 1);
+    f.view()->scrollTo(reverse);
     QTRY_VERIFY(f.view()->indexWidget(reverse) != nullptr);
     auto* check = qobject_cast<QAbstractButton*>(f.view()->indexWidget(reverse));
     GenApi::CBooleanPtr reverseNode(camera.map->GetNode("ReverseX"));
     const bool wasReversed = reverseNode->GetValue();
     check->click();
     QTRY_COMPARE(reverseNode->GetValue(), !wasReversed);
+
+    // Press a command button: loading the default user set brings the exposure time back
+    // to the camera's factory value (2000 steps of 10 microseconds).
+    GenApi::CEnumerationPtr userSetSelector(camera.map->GetNode("UserSetSelector"));
+    userSetSelector->FromString("Default");
+    const QModelIndex userSets = f.row("UserSetControl");
+    QVERIFY(userSets.isValid());
+    f.view()->scrollTo(userSets, QAbstractItemView::PositionAtTop);
+    f.view()->expand(userSets);
+    const QModelIndex userSetLoad = f.row("UserSetLoad", 1);
+    QTRY_VERIFY(f.view()->indexWidget(userSetLoad) != nullptr);
+    auto* execute = qobject_cast<QToolButton*>(f.view()->indexWidget(userSetLoad));
+    QVERIFY(execute);
+    QCOMPARE(execute->text(), QStringLiteral("Execute"));
+    QVERIFY(qRound(exposureNode->GetValue(false, true)) != 20000);
+    QTest::mouseClick(execute, Qt::LeftButton);
+    QTRY_COMPARE(qRound(exposureNode->GetValue(false, true)), 20000);
 
     // Change the user level and see rows hide and show.
     const QModelIndex temperatureRow = f.row("DeviceTemperature");
@@ -538,8 +588,21 @@ void TestFeatureTreeWidget::personWorksThroughEmulatedCamera()
     // Search, read the counts, clear with Escape twice.
     f.view()->setCurrentIndex(f.row("ExposureTime"));
     QSignalSpy counts(f.widget, &FeatureTreeWidget::filterMatchesChanged);
+    // At Expert, three features of the camera have "gain" in their names: Gain and GainAuto
+    // (Beginner) show, GainRaw (Guru) waits at a higher level.
+    f.combo()->setCurrentIndex(1);
+    emit f.combo()->activated(1);
     QTest::keyClicks(f.search(), QStringLiteral("Gain"));
-    QVERIFY(counts.last().at(0).toInt() >= 1);
+    QVERIFY(!counts.isEmpty());
+    QCOMPARE(counts.last().at(0).toInt(), 3);
+    QCOMPARE(counts.last().at(1).toInt(), 1);
+    const QModelIndex summary = f.proxy->findItemByFullName(QStringLiteral("Search"), nullptr, 0);
+    QVERIFY(summary.isValid());
+    QVERIFY(!f.view()->isRowHidden(summary.row(), summary.parent()));
+    QCOMPARE(summary.data(Qt::DisplayRole).toString(),
+             QStringLiteral("<HTML><B>3 search results (1 of them visible at higher user level)</B>"));
+    QVERIFY(f.row("GainAuto").isValid());
+    QVERIFY(!f.row("GainRaw").isValid());
     QTest::keyClick(f.widget, Qt::Key_A);
     QTest::keyClick(f.widget, Qt::Key_Escape);
     QTest::keyClick(f.widget, Qt::Key_Escape);
