@@ -96,37 +96,9 @@ namespace GenApi
                                          m_Name, Value, max);
     }
 
-    double CFloatBase::GetMin()
-    {
-        COperation op(m_pMap);
-        if (!IsAvailable(GetAccessMode()))
-            throw ACCESS_EXCEPTION("Node '%s' is not available, so it has no minimum", m_Name);
-        CEvalGuard guard(this, aspMin);
-        double min;
-        if (Range().pMin)
-            min = Range().pMin->InternalGetFloat(false, false);
-        else if (Range().HasMin)
-            min = Range().Min;
-        else
-            min = NaturalMin();
-        return std::max(min, Range().ImposedMin);
-    }
+    double CFloatBase::GetMin() { return RangeBound(false); }
 
-    double CFloatBase::GetMax()
-    {
-        COperation op(m_pMap);
-        if (!IsAvailable(GetAccessMode()))
-            throw ACCESS_EXCEPTION("Node '%s' is not available, so it has no maximum", m_Name);
-        CEvalGuard guard(this, aspMax);
-        double max;
-        if (Range().pMax)
-            max = Range().pMax->InternalGetFloat(false, false);
-        else if (Range().HasMax)
-            max = Range().Max;
-        else
-            max = NaturalMax();
-        return std::min(max, Range().ImposedMax);
-    }
+    double CFloatBase::GetMax() { return RangeBound(true); }
 
     bool CFloatBase::HasInc()
     {

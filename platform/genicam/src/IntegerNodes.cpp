@@ -115,37 +115,9 @@ namespace GenApi
         }
     }
 
-    int64_t CIntegerBase::GetMin()
-    {
-        COperation op(m_pMap);
-        if (!IsAvailable(GetAccessMode()))
-            throw ACCESS_EXCEPTION("Node '%s' is not available, so it has no minimum", m_Name);
-        CEvalGuard guard(this, aspMin);
-        int64_t min;
-        if (Range().pMin)
-            min = Range().pMin->InternalGetInt(false, false);
-        else if (Range().HasMin)
-            min = Range().Min;
-        else
-            min = NaturalMin();
-        return std::max(min, Range().ImposedMin);
-    }
+    int64_t CIntegerBase::GetMin() { return RangeBound(false); }
 
-    int64_t CIntegerBase::GetMax()
-    {
-        COperation op(m_pMap);
-        if (!IsAvailable(GetAccessMode()))
-            throw ACCESS_EXCEPTION("Node '%s' is not available, so it has no maximum", m_Name);
-        CEvalGuard guard(this, aspMax);
-        int64_t max;
-        if (Range().pMax)
-            max = Range().pMax->InternalGetInt(false, false);
-        else if (Range().HasMax)
-            max = Range().Max;
-        else
-            max = NaturalMax();
-        return std::min(max, Range().ImposedMax);
-    }
+    int64_t CIntegerBase::GetMax() { return RangeBound(true); }
 
     EIncMode CIntegerBase::GetIncMode()
     {

@@ -677,6 +677,29 @@ namespace GenApi
             m_Unit = p->Text;
     }
 
+    template <class T>
+    T CValueBase<T>::RangeBound(bool Upper)
+    {
+        COperation op(m_pMap);
+        if (!IsAvailable(GetAccessMode()))
+            throw ACCESS_EXCEPTION("Node '%s' is not available, so it has no %s", m_Name, Upper ? "maximum" : "minimum");
+        CEvalGuard guard(this, Upper ? aspMax : aspMin);
+        const detail::ValueRange<T>& range = Range();
+        T bound;
+        if (CNodeImpl* pBound = Upper ? range.pMax : range.pMin)
+        {
+            if constexpr (std::is_integral<T>::value)
+                bound = pBound->InternalGetInt(false, false);
+            else
+                bound = pBound->InternalGetFloat(false, false);
+        }
+        else if (Upper ? range.HasMax : range.HasMin)
+            bound = Upper ? range.Max : range.Min;
+        else
+            bound = Upper ? NaturalMax() : NaturalMin();
+        return Upper ? std::min(bound, range.ImposedMax) : std::max(bound, range.ImposedMin);
+    }
+
     template class CValueBase<int64_t>;
     template class CValueBase<double>;
 

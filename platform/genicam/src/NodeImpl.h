@@ -509,6 +509,13 @@ namespace GenApi
         virtual bool CacheWrittenValue() const { return true; }
         //! Throws OutOfRangeException unless Value may be written
         virtual void CheckRange(T Value) = 0;
+        //! Range when the description gives none
+        virtual T NaturalMin() = 0;
+        virtual T NaturalMax() = 0;
+
+        //! GetMin (Upper false) or GetMax: pMin or Min (pMax or Max), else the natural bound,
+        //! kept within the imposed one
+        T RangeBound(bool Upper);
 
         //! GetValue: from the cache while it is valid; a read fills the cache unless the node is
         //! not cached
@@ -583,8 +590,8 @@ namespace GenApi
 
     protected:
         //! Range when the description gives none
-        virtual int64_t NaturalMin();
-        virtual int64_t NaturalMax();
+        int64_t NaturalMin() override;
+        int64_t NaturalMax() override;
         virtual int64_t NaturalInc();
         virtual ERepresentation NaturalRepresentation();
         void CheckRange(int64_t Value) override;
@@ -924,8 +931,8 @@ namespace GenApi
         void Setup() override;
 
     protected:
-        virtual double NaturalMin();
-        virtual double NaturalMax();
+        double NaturalMin() override;
+        double NaturalMax() override;
         virtual bool NaturalHasInc();
         virtual double NaturalInc();
         virtual ERepresentation NaturalRepresentation();
