@@ -205,35 +205,29 @@ bool FeatureTreeView::isRowInView(const QModelIndex& index)
     return rect.isValid() && rect.intersects(viewport()->rect());
 }
 
-bool FeatureTreeView::rowInViewLacksEditor()
+QModelIndexList FeatureTreeView::rowsInViewLackingEditors(bool firstOnly)
 {
+    QModelIndexList lacking;
     IFeatureTreeModelExtension* extension = getFeatureExtension();
     if (!extension)
-        return false;
-    bool lacks = false;
+        return lacking;
     forEachRowInView(this, [&](const QModelIndex& valueIndex) {
         FeatureTreeItem* item = extension->getFeatureTreeItem(valueIndex);
-        lacks = item && !indexWidget(valueIndex) && usesPersistentEditor(item) && item->ShowMe(m_visibility);
-        return !lacks;
+        if (item && !indexWidget(valueIndex) && usesPersistentEditor(item) && item->ShowMe(m_visibility))
+            lacking.append(valueIndex);
+        return !(firstOnly && !lacking.isEmpty());
     });
-    return lacks;
+    return lacking;
 }
 
 void FeatureTreeView::openEditorsInView()
 {
     m_editorsInViewQueued = false;
-    IFeatureTreeModelExtension* extension = getFeatureExtension();
-    if (!extension)
-        return;
-    // Collected first: opening an editor announces a change of its row, which may lay the
-    // rows out again.
+    // Kept as persistent indexes: opening an editor announces a change of its row, which may
+    // lay the rows out again.
     QList<QPersistentModelIndex> wanted;
-    forEachRowInView(this, [&](const QModelIndex& valueIndex) {
-        FeatureTreeItem* item = extension->getFeatureTreeItem(valueIndex);
-        if (item && !indexWidget(valueIndex) && usesPersistentEditor(item) && item->ShowMe(m_visibility))
-            wanted.append(valueIndex);
-        return true;
-    });
+    for (const QModelIndex& valueIndex : rowsInViewLackingEditors(false))
+        wanted.append(valueIndex);
     for (const QPersistentModelIndex& valueIndex : qAsConst(wanted)) {
         if (valueIndex.isValid() && !indexWidget(valueIndex))
             openPersistentEditor(valueIndex);
@@ -481,7 +475,7 @@ void FeatureTreeView::paintEvent(QPaintEvent* event)
 {
     // Rows that came into view (scrolled, or moved up by rows that went away) get their
     // editors right after this paint; creating widgets while the viewport paints is not safe.
-    if (!m_editorsInViewQueued && rowInViewLacksEditor()) {
+    if (!m_editorsInViewQueued && !rowsInViewLackingEditors(true).isEmpty()) {
         m_editorsInViewQueued = true;
         QMetaObject::invokeMethod(this, [this] { openEditorsInView(); }, Qt::QueuedConnection);
     }

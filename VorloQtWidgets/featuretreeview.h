@@ -68,7 +68,9 @@ private:
     void hideRow(int row, const QModelIndex& parent);
     void updateRowState(const QModelIndex& index);
     bool isRowInView(const QModelIndex& index);
-    bool rowInViewLacksEditor();
+    // The value indexes of rows in view that should show an editor and have none; with
+    // firstOnly, at most the first of them.
+    QModelIndexList rowsInViewLackingEditors(bool firstOnly);
     void openEditorsInView();
     void expandBranches(const QModelIndex& parent, int level, int depth);
 
