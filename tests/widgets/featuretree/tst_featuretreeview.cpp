@@ -39,7 +39,7 @@ QList<Departure> modelDepartures()
 // the hiding seen here is the view's own.
 struct ViewFixture
 {
-    // Only one model watch may live at a time; a second fixture shares the first one's.
+    // A second fixture may share the first one's watch, so that one list holds every complaint.
     explicit ViewFixture(bool addCamera = true, ModelWatch* sharedWatch = nullptr)
         : camera(editorsDescription())
         , view(new ProbedView)
