@@ -85,6 +85,7 @@ private slots:
     void propertiesAfterLoad();
     void repeatedPropertyJoinedWithTabs();
     void propertyNamesListedOnce();
+    void moreThan256DistinctPropertyNamesAllKept();
     void equalTextsWithDifferentAttributesKeptApart();
     void accessLinksDecideAccessMode();
     void nodeWithMoreThan255LinksKeepsAllOfThem();
@@ -232,6 +233,34 @@ void tst_NodeLayout::propertyNamesListedOnce()
     for (const gcstring& n : names)
         list << QString::fromStdString(n);
     QCOMPARE(list.join(','), QString("Name,Value,pSelected"));
+}
+
+void tst_NodeLayout::moreThan256DistinctPropertyNamesAllKept()
+{
+    // Properties take four bytes while a description names at most 256 distinct ones; one
+    // with more keeps them in the wider layout, and every property must still come back
+    QByteArray body = "<Integer Name=\"Wide\"><Value>7</Value>";
+    for (int i = 0; i < 300; ++i)
+        body += "<Vendor" + QByteArray::number(i) + ">v" + QByteArray::number(i) + "</Vendor" + QByteArray::number(i) + ">";
+    body += "</Integer><Integer Name=\"Other\"><Value>3</Value><Min>1</Min></Integer>";
+    CNodeMapRef map;
+    map._LoadXMLFromString(describe(body).constData());
+    INode* wide = map._GetNode("Wide");
+    QVERIFY(wide);
+    for (int i : {0, 1, 255, 256, 299})
+    {
+        gcstring value, attribute;
+        QVERIFY2(wide->GetProperty(gcstring("Vendor" + std::to_string(i)), value, attribute), qPrintable(QString::number(i)));
+        QCOMPARE(std::string(value), "v" + std::to_string(i));
+    }
+    gcstring_vector names;
+    wide->GetPropertyNames(names);
+    QCOMPARE(int(names.size()), 302); // Name, Value and the 300 vendor elements
+    CIntegerPtr w = wide;
+    QCOMPARE(w->GetValue(), int64_t(7));
+    CIntegerPtr other = map._GetNode("Other");
+    QCOMPARE(other->GetValue(), int64_t(3));
+    QCOMPARE(other->GetMin(), int64_t(1));
 }
 
 void tst_NodeLayout::equalTextsWithDifferentAttributesKeptApart()

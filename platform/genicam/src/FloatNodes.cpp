@@ -64,7 +64,7 @@ namespace GenApi
                     cur += c;
             }
             if (!values.empty())
-                WritableRange().ValidValueSet = std::move(values);
+                WritableRange().WritableLimits().ValidValueSet = std::move(values);
         }
         m_Representation = ParseRepresentationText(PropertyText("Representation"));
         m_DisplayNotation = ParseNotation(PropertyText("DisplayNotation"));
@@ -109,7 +109,7 @@ namespace GenApi
     EIncMode CFloatBase::GetIncMode()
     {
         COperation op(m_pMap);
-        if (!Range().ValidValueSet.empty())
+        if (!Range().Limits().ValidValueSet.empty())
             return listIncrement;
         return HasInc() ? fixedIncrement : noIncrement;
     }
@@ -133,7 +133,7 @@ namespace GenApi
     {
         COperation op(m_pMap);
         double_autovector_t list;
-        if (Range().ValidValueSet.empty())
+        if (Range().Limits().ValidValueSet.empty())
             return list;
         double min = -DBL_MAX, max = DBL_MAX;
         if (bounded)
@@ -141,7 +141,7 @@ namespace GenApi
             min = GetMin();
             max = GetMax();
         }
-        for (double v : Range().ValidValueSet)
+        for (double v : Range().Limits().ValidValueSet)
             if (v >= min && v <= max)
                 list.push_back(v);
         return list;
@@ -176,14 +176,14 @@ namespace GenApi
     void CFloatBase::ImposeMin(double Value)
     {
         COperation op(m_pMap);
-        WritableRange().ImposedMin = Value;
+        WritableRange().WritableLimits().ImposedMin = Value;
         m_pMap->NotifyChanged(this);
     }
 
     void CFloatBase::ImposeMax(double Value)
     {
         COperation op(m_pMap);
-        WritableRange().ImposedMax = Value;
+        WritableRange().WritableLimits().ImposedMax = Value;
         m_pMap->NotifyChanged(this);
     }
 
@@ -257,7 +257,7 @@ namespace GenApi
         CFloatBase::Setup();
         m_Reg.Setup(this);
         const std::optional<detail::Property> p = FindProperty("Cachable");
-        m_OwnCaching = p ? CNodeImpl::OwnCachingMode() : WriteAround;
+        m_Reg.m_OwnCaching = p ? CNodeImpl::OwnCachingMode() : WriteAround;
     }
 
     EAccessMode CFloatRegNode::NaturalAccessMode() const { return m_Reg.AccessMode(); }

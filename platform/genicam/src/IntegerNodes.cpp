@@ -73,7 +73,7 @@ namespace GenApi
             for (const std::string& part : SplitList(p->Value()))
                 values.push_back(detail::IntegerFromString(part, PureNumber));
             if (!values.empty())
-                WritableRange().ValidValueSet = std::move(values);
+                WritableRange().WritableLimits().ValidValueSet = std::move(values);
         }
         m_Representation = ParseRepresentation(PropertyText("Representation"));
     }
@@ -95,9 +95,9 @@ namespace GenApi
         if (Value > max)
             throw OUT_OF_RANGE_EXCEPTION("Node '%s': value %lld must be equal or smaller than Max = %lld",
                                          m_Name, static_cast<long long>(Value), static_cast<long long>(max));
-        if (!Range().ValidValueSet.empty())
+        if (!Range().Limits().ValidValueSet.empty())
         {
-            for (int64_t v : Range().ValidValueSet)
+            for (int64_t v : Range().Limits().ValidValueSet)
                 if (v == Value)
                     return;
             throw OUT_OF_RANGE_EXCEPTION("Node '%s': value %lld is not in the set of valid values", m_Name,
@@ -121,7 +121,7 @@ namespace GenApi
 
     EIncMode CIntegerBase::GetIncMode()
     {
-        return Range().ValidValueSet.empty() ? fixedIncrement : listIncrement;
+        return Range().Limits().ValidValueSet.empty() ? fixedIncrement : listIncrement;
     }
 
     int64_t CIntegerBase::GetInc()
@@ -144,7 +144,7 @@ namespace GenApi
     {
         COperation op(m_pMap);
         int64_autovector_t list;
-        if (Range().ValidValueSet.empty())
+        if (Range().Limits().ValidValueSet.empty())
             return list;
         int64_t min = INT64_MIN, max = INT64_MAX;
         if (bounded)
@@ -152,7 +152,7 @@ namespace GenApi
             min = GetMin();
             max = GetMax();
         }
-        for (int64_t v : Range().ValidValueSet)
+        for (int64_t v : Range().Limits().ValidValueSet)
             if (v >= min && v <= max)
                 list.push_back(v);
         return list;
@@ -175,14 +175,14 @@ namespace GenApi
     void CIntegerBase::ImposeMin(int64_t Value)
     {
         COperation op(m_pMap);
-        WritableRange().ImposedMin = Value;
+        WritableRange().WritableLimits().ImposedMin = Value;
         m_pMap->NotifyChanged(this);
     }
 
     void CIntegerBase::ImposeMax(int64_t Value)
     {
         COperation op(m_pMap);
-        WritableRange().ImposedMax = Value;
+        WritableRange().WritableLimits().ImposedMax = Value;
         m_pMap->NotifyChanged(this);
     }
 
@@ -382,7 +382,7 @@ namespace GenApi
         CIntegerBase::Setup();
         m_Reg.Setup(this);
         const std::optional<detail::Property> p = FindProperty("Cachable");
-        m_OwnCaching = p ? CNodeImpl::OwnCachingMode() : WriteThrough;
+        m_Reg.m_OwnCaching = p ? CNodeImpl::OwnCachingMode() : WriteThrough;
     }
 
     EAccessMode CIntRegNode::NaturalAccessMode() const { return m_Reg.AccessMode(); }

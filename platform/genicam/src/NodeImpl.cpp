@@ -72,9 +72,11 @@ namespace GenApi
         : m_NameSpace(Custom), m_Visibility(Beginner), m_ImposedVisibility(_UndefinedVisibility),
           m_DescribedImposedAccessMode(RW), m_ImposedAccessMode(RW), m_CachingMode(WriteThrough),
           m_AccessModeCacheable(Yes), m_IsFeature(false), m_IsDeprecated(false), m_Streamable(false),
-          m_LongLinks(false), m_Kind(Kind), m_AccessModeCache(NI), m_pMap(pMap)
+          m_LongLinks(false), m_CachingState(0), m_Kind(Kind), m_AccessModeCache(NI), m_pMap(pMap)
     {
     }
+
+    void* CNodeImpl::operator new(size_t Size, CNodeMapImpl* pMap) { return pMap->AllocateNode(Size); }
 
     CNodeImpl::~CNodeImpl()
     {
@@ -100,10 +102,7 @@ namespace GenApi
         m_pMap->AddLoadProperty(this, detail::Property{Name, m_pMap->StoreProperty(Trim(Value), Attribute)});
     }
 
-    const detail::PackedProperty* CNodeImpl::PropertiesBegin() const
-    {
-        return m_pMap->PropertyArena() + m_PropertyBegin;
-    }
+    detail::PackedProperty CNodeImpl::PropertyAt(uint32_t i) const { return m_pMap->PackedPropertyAt(m_PropertyBegin + i); }
 
     detail::NodeExtras& CNodeImpl::Extras()
     {
@@ -117,11 +116,12 @@ namespace GenApi
         // Names are short: the first character rules out most candidates before strcmp
         const char first = Name[0];
         const char* text = m_pMap->PackedText();
-        for (const detail::PackedProperty* p = PropertiesBegin(), *end = PropertiesEnd(); p != end; ++p)
+        for (uint32_t i = 0; i < m_PropertyCount; ++i)
         {
-            const char* name = text + p->Name;
+            const detail::PackedProperty p = PropertyAt(i);
+            const char* name = text + p.Name;
             if (name[0] == first && std::strcmp(name, Name) == 0)
-                return detail::Property{name, text + p->Text};
+                return detail::Property{name, text + p.Text};
         }
         return std::nullopt;
     }
@@ -131,11 +131,12 @@ namespace GenApi
         std::vector<detail::Property> result;
         const char first = Name[0];
         const char* text = m_pMap->PackedText();
-        for (const detail::PackedProperty* p = PropertiesBegin(), *end = PropertiesEnd(); p != end; ++p)
+        for (uint32_t i = 0; i < m_PropertyCount; ++i)
         {
-            const char* name = text + p->Name;
+            const detail::PackedProperty p = PropertyAt(i);
+            const char* name = text + p.Name;
             if (name[0] == first && std::strcmp(name, Name) == 0)
-                result.push_back(detail::Property{name, text + p->Text});
+                result.push_back(detail::Property{name, text + p.Text});
         }
         return result;
     }
@@ -555,9 +556,9 @@ namespace GenApi
     void CNodeImpl::GetPropertyNames(gcstring_vector& PropertyNames) const
     {
         PropertyNames.clear();
-        for (const detail::PackedProperty* pp = PropertiesBegin(), *end = PropertiesEnd(); pp != end; ++pp)
+        for (uint32_t i = 0; i < m_PropertyCount; ++i)
         {
-            const detail::Property p = m_pMap->Unpack(*pp);
+            const detail::Property p = m_pMap->Unpack(PropertyAt(i));
             bool seen = false;
             for (const gcstring& n : PropertyNames)
             {
@@ -577,9 +578,9 @@ namespace GenApi
         ValueStr.clear();
         AttributeStr.clear();
         bool found = false;
-        for (const detail::PackedProperty* pp = PropertiesBegin(), *end = PropertiesEnd(); pp != end; ++pp)
+        for (uint32_t i = 0; i < m_PropertyCount; ++i)
         {
-            const detail::Property p = m_pMap->Unpack(*pp);
+            const detail::Property p = m_pMap->Unpack(PropertyAt(i));
             if (PropertyName != p.Name)
                 continue;
             if (found)
@@ -657,21 +658,22 @@ namespace GenApi
     template <class T>
     void CValueBase<T>::SetupRangeAndUnit()
     {
-        std::unique_ptr<detail::ValueRange<T>> range(new detail::ValueRange<T>);
-        range->pMin = Link("pMin");
-        range->pMax = Link("pMax");
-        range->pInc = Link("pInc");
-        range->HasMin = HasProperty("Min");
-        range->HasMax = HasProperty("Max");
-        range->HasInc = HasProperty("Inc");
-        if (range->HasMin)
-            range->Min = ValueNodeTraits<T>::Property(this, "Min");
-        if (range->HasMax)
-            range->Max = ValueNodeTraits<T>::Property(this, "Max");
-        if (range->HasInc)
-            range->Inc = ValueNodeTraits<T>::Property(this, "Inc");
+        detail::ValueRange<T> range;
+        range.pMin = Link("pMin");
+        range.pMax = Link("pMax");
+        range.pInc = Link("pInc");
+        range.HasMin = HasProperty("Min");
+        range.HasMax = HasProperty("Max");
+        range.HasInc = HasProperty("Inc");
+        if (range.HasMin)
+            range.Min = ValueNodeTraits<T>::Property(this, "Min");
+        if (range.HasMax)
+            range.Max = ValueNodeTraits<T>::Property(this, "Max");
+        if (range.HasInc)
+            range.Inc = ValueNodeTraits<T>::Property(this, "Inc");
         // Most nodes have no range of their own: they share the default one
-        m_pRange = range->IsDefault() ? nullptr : std::move(range);
+        if (!range.IsDefault())
+            WritableRange() = std::move(range);
         m_HasUnit = HasProperty("Unit");
         if (const std::optional<detail::Property> p = FindProperty("Unit"))
             m_Unit = p->Text;
@@ -697,7 +699,8 @@ namespace GenApi
             bound = Upper ? range.Max : range.Min;
         else
             bound = Upper ? NaturalMax() : NaturalMin();
-        return Upper ? std::min(bound, range.ImposedMax) : std::max(bound, range.ImposedMin);
+        const detail::ValueLimits<T>& limits = range.Limits();
+        return Upper ? std::min(bound, limits.ImposedMax) : std::max(bound, limits.ImposedMin);
     }
 
     template class CValueBase<int64_t>;

@@ -138,34 +138,61 @@ namespace GenApi
             std::unique_ptr<uint32_t[]> pLinkBounds;
         };
 
-        //! Range of an Integer or Float node as the description gives it, and what the application
-        //! imposed. Most registers have none, so the nodes keep it out of line.
+        //! What the application imposed on the range of an Integer or Float node, and the set of
+        //! valid values of the description: hardly any node has them
+        template <class T>
+        struct ValueLimits
+        {
+            T ImposedMin = std::numeric_limits<T>::lowest();
+            T ImposedMax = std::numeric_limits<T>::max();
+            std::vector<T> ValidValueSet;
+
+            static const ValueLimits& Default()
+            {
+                static const ValueLimits limits;
+                return limits;
+            }
+        };
+
+        //! Range of an Integer or Float node as the description gives it. Most registers have
+        //! none, so the nodes keep it out of line, in the node map's node arena.
         template <class T>
         struct ValueRange
         {
             CNodeImpl* pMin = nullptr;
             CNodeImpl* pMax = nullptr;
             CNodeImpl* pInc = nullptr;
-            bool HasMin = false;
-            bool HasMax = false;
-            bool HasInc = false;
             T Min = std::numeric_limits<T>::lowest();
             T Max = std::numeric_limits<T>::max();
             T Inc = std::is_integral<T>::value ? 1 : 0;
-            T ImposedMin = std::numeric_limits<T>::lowest();
-            T ImposedMax = std::numeric_limits<T>::max();
-            std::vector<T> ValidValueSet;
+            bool HasMin = false;
+            bool HasMax = false;
+            bool HasInc = false;
+            std::unique_ptr<ValueLimits<T>> pLimits; // null: nothing imposed, no valid value set
 
-            bool IsDefault() const
+            bool IsDefault() const { return !pMin && !pMax && !pInc && !HasMin && !HasMax && !HasInc && !pLimits; }
+            const ValueLimits<T>& Limits() const { return pLimits ? *pLimits : ValueLimits<T>::Default(); }
+            ValueLimits<T>& WritableLimits()
             {
-                return !pMin && !pMax && !pInc && !HasMin && !HasMax && !HasInc && ValidValueSet.empty()
-                       && ImposedMin == std::numeric_limits<T>::lowest() && ImposedMax == std::numeric_limits<T>::max();
+                if (!pLimits)
+                    pLimits.reset(new ValueLimits<T>);
+                return *pLimits;
             }
             //! The range of nodes without one
             static const ValueRange& Default()
             {
                 static const ValueRange range;
                 return range;
+            }
+        };
+
+        //! Destroys an object that lives in the node map's node arena (which keeps its memory)
+        struct ArenaDelete
+        {
+            template <class T>
+            void operator()(T* p) const
+            {
+                p->~T();
             }
         };
 
@@ -234,11 +261,18 @@ namespace GenApi
                 Expression, //!< an Expression element
                 Direction   //!< TO or FROM of a converter
             };
+            FormulaSlot(EKind kind, CNodeImpl* node, double floatConstant, int64_t intConstant, int expressionIndex)
+                : Kind(kind), ExpressionIndex(expressionIndex), pNode(node), FloatConstant(floatConstant),
+                  IntConstant(intConstant)
+            {
+            }
+
+            // The small fields first: 32 bytes in all
             EKind Kind;
+            int ExpressionIndex;
             CNodeImpl* pNode;
             double FloatConstant;
             int64_t IntConstant;
-            int ExpressionIndex;
         };
 
         //! The formulas of a converter or swissknife and what their symbols refer to
@@ -264,6 +298,13 @@ namespace GenApi
     public:
         CNodeImpl(CNodeMapImpl* pMap, detail::ENodeKind Kind);
         ~CNodeImpl() override;
+
+        //! Nodes live in their node map's node arena (new (pMap) CIntegerNode(pMap)): no heap
+        //! block and no allocator overhead per node. Deleting a node runs its destructor only;
+        //! the node map releases the arena after its nodes are gone.
+        static void* operator new(size_t Size, CNodeMapImpl* pMap);
+        static void operator delete(void*, CNodeMapImpl*) noexcept {}
+        static void operator delete(void*) noexcept {}
 
         // IBase
         EAccessMode GetAccessMode() const override;
@@ -373,9 +414,9 @@ namespace GenApi
 
         //! Records a property while loading (the node map keeps it until it packs all of them)
         void AddProperty(const char* Name, std::string_view Value, std::string_view Attribute);
-        //! The node's properties in the node map's property array (after loading)
-        const detail::PackedProperty* PropertiesBegin() const;
-        const detail::PackedProperty* PropertiesEnd() const { return PropertiesBegin() + m_PropertyCount; }
+        //! Property i (below m_PropertyCount) of the node, from the node map's property array
+        //! (after loading)
+        detail::PackedProperty PropertyAt(uint32_t i) const;
         std::optional<detail::Property> FindProperty(const char* Name) const;
         //! All values of a property (several elements of the same name)
         std::vector<detail::Property> FindProperties(const char* Name) const;
@@ -447,18 +488,20 @@ namespace GenApi
         // with more than 255 links)
         uint32_t m_LinkBegin = 0;
         uint8_t m_LinkEnd[detail::lkCount] = {};
-        ENameSpace m_NameSpace : 8;
-        EVisibility m_Visibility : 8;
-        EVisibility m_ImposedVisibility : 8;
-        EAccessMode m_DescribedImposedAccessMode : 8;
-        EAccessMode m_ImposedAccessMode : 8;
-        ECachingMode m_CachingMode : 8;
-        EYesNo m_AccessModeCacheable : 8;
+        // The enumerations in as many bits as their values need (visibility: up to 99), all of
+        // them in four bytes
+        ENameSpace m_NameSpace : 2;
+        EVisibility m_Visibility : 7;
+        EVisibility m_ImposedVisibility : 7;
+        EAccessMode m_DescribedImposedAccessMode : 3;
+        EAccessMode m_ImposedAccessMode : 3;
+        ECachingMode m_CachingMode : 2;
+        EYesNo m_AccessModeCacheable : 2;
         bool m_IsFeature : 1;
         bool m_IsDeprecated : 1;
         bool m_Streamable : 1;
         bool m_LongLinks : 1;
-        uint8_t m_CachingState = 0; // 0 unknown, 1 computing, 2 done (load time)
+        uint8_t m_CachingState : 2; // 0 unknown, 1 computing, 2 done (load time)
 
     protected:
         detail::ENodeKind m_Kind;
@@ -498,7 +541,7 @@ namespace GenApi
     class CValueBase : public CNodeImpl
     {
     public:
-        CValueBase(CNodeMapImpl* pMap, detail::ENodeKind Kind) : CNodeImpl(pMap, Kind) {}
+        CValueBase(CNodeMapImpl* pMap, detail::ENodeKind Kind) : CNodeImpl(pMap, Kind), m_Representation(_UndefinedRepresentation) {}
 
     protected:
         //! Reads the value from where it lives
@@ -532,15 +575,15 @@ namespace GenApi
         detail::ValueRange<T>& WritableRange()
         {
             if (!m_pRange)
-                m_pRange.reset(new detail::ValueRange<T>);
+                m_pRange.reset(new (CNodeImpl::operator new(sizeof(detail::ValueRange<T>), m_pMap)) detail::ValueRange<T>);
             return *m_pRange;
         }
 
-        std::unique_ptr<detail::ValueRange<T>> m_pRange; // null: the default range
-        ERepresentation m_Representation = _UndefinedRepresentation;
+        std::unique_ptr<detail::ValueRange<T>, detail::ArenaDelete> m_pRange; // null: the default range
         const char* m_Unit = ""; // in the text pool
-        bool m_HasUnit = false;
         T m_Cache = 0;
+        ERepresentation m_Representation : 8;
+        bool m_HasUnit = false;
     };
 
     //! Shared range, increment and text logic of the integer nodes
@@ -711,7 +754,10 @@ namespace GenApi
     class CRegisterInfo
     {
     public:
-        CRegisterInfo() : m_AccessMode(RO), m_Endianess(LittleEndian), m_Sign(Unsigned) {}
+        explicit CRegisterInfo(ECachingMode OwnCaching = WriteThrough)
+            : m_AccessMode(RO), m_Endianess(LittleEndian), m_Sign(Unsigned), m_OwnCaching(OwnCaching)
+        {
+        }
         void Setup(CNodeImpl* pNode);
         int64_t GetAddress(CNodeImpl* pNode) const;
         int64_t GetLength() const;
@@ -726,6 +772,7 @@ namespace GenApi
         EAccessMode m_AccessMode : 8;
         EEndianess m_Endianess : 8;
         ESign m_Sign : 8;
+        ECachingMode m_OwnCaching : 8; // the register node's own caching mode, in the spare room here
     };
 
     //! IntReg: an integer of 1 to 8 bytes in a register
@@ -735,7 +782,7 @@ namespace GenApi
         CIntRegNode(CNodeMapImpl* pMap, detail::ENodeKind Kind = detail::ENodeKind::IntReg) : CIntegerBase(pMap, Kind) {}
         void Setup() override;
         EAccessMode NaturalAccessMode() const override;
-        ECachingMode OwnCachingMode() const override { return m_OwnCaching; }
+        ECachingMode OwnCachingMode() const override { return m_Reg.m_OwnCaching; }
 
     protected:
         int64_t ReadValue(bool Verify, bool IgnoreCache) override;
@@ -746,7 +793,6 @@ namespace GenApi
         void WriteRaw(uint64_t Raw, int64_t Length);
 
         CRegisterInfo m_Reg;
-        ECachingMode m_OwnCaching = WriteThrough;
     };
 
     //! MaskedIntReg: a bit field of a register
@@ -967,14 +1013,13 @@ namespace GenApi
         explicit CFloatRegNode(CNodeMapImpl* pMap) : CFloatBase(pMap, detail::ENodeKind::FloatReg) {}
         void Setup() override;
         EAccessMode NaturalAccessMode() const override;
-        ECachingMode OwnCachingMode() const override { return m_OwnCaching; }
+        ECachingMode OwnCachingMode() const override { return m_Reg.m_OwnCaching; }
 
     protected:
         double ReadValue(bool Verify, bool IgnoreCache) override;
         void WriteValue(double Value, bool Verify) override;
 
-        CRegisterInfo m_Reg;
-        ECachingMode m_OwnCaching = WriteAround;
+        CRegisterInfo m_Reg{WriteAround};
     };
 
     //! SwissKnife: a read-only float formula
@@ -1173,7 +1218,6 @@ namespace GenApi
 
         bool m_IsRegister = false;
         CRegisterInfo m_Reg;
-        ECachingMode m_OwnCaching = WriteThrough;
         CNodeImpl* m_pValue = nullptr;
         std::string m_Value;
         std::string m_Cache;
@@ -1197,7 +1241,7 @@ namespace GenApi
 
         EInterfaceType GetPrincipalInterfaceType() const override { return intfIRegister; }
         EAccessMode NaturalAccessMode() const override;
-        ECachingMode OwnCachingMode() const override { return m_OwnCaching; }
+        ECachingMode OwnCachingMode() const override { return m_Reg.m_OwnCaching; }
         int64_t InternalGetInt(bool Verify, bool IgnoreCache) override;
         double InternalGetFloat(bool Verify, bool IgnoreCache) override;
         void Setup() override;
@@ -1206,7 +1250,6 @@ namespace GenApi
         void ReadBytes(uint8_t* pBuffer, int64_t Length, bool IgnoreCache);
 
         CRegisterInfo m_Reg;
-        ECachingMode m_OwnCaching = WriteThrough;
         std::vector<uint8_t> m_Cache;
     };
 

@@ -119,6 +119,25 @@ namespace GenApi
         m_Nodes.clear();
     }
 
+    void* CNodeMapImpl::AllocateNode(size_t Size)
+    {
+        // Blocks grow with the description (a small one takes a few kB) up to a size whose unused
+        // end costs little
+        const size_t size = (Size + 7) & ~size_t(7);
+        if (size > m_NodeLeft)
+        {
+            const size_t block = std::max(size, std::min<size_t>(std::max<size_t>(4096, m_NodeArenaSize), 32 * 1024));
+            m_NodeBlocks.emplace_back(new std::max_align_t[(block + sizeof(std::max_align_t) - 1) / sizeof(std::max_align_t)]);
+            m_NodeFree = reinterpret_cast<char*>(m_NodeBlocks.back().get());
+            m_NodeLeft = block;
+            m_NodeArenaSize += block;
+        }
+        void* p = m_NodeFree;
+        m_NodeFree += size;
+        m_NodeLeft -= size;
+        return p;
+    }
+
     const char* CNodeMapImpl::Intern(std::string_view Name)
     {
         // The text pool stores equal texts once, so it interns names too
@@ -206,7 +225,7 @@ namespace GenApi
     void CNodeMapImpl::AddName(CNodeImpl* pNode)
     {
         // pNode is the last of m_Nodes already
-        if (m_Nodes.size() * 2 > m_NameTable.size())
+        if (m_Nodes.size() * 4 > m_NameTable.size() * 3)
         {
             RehashNames(std::max<size_t>(64, m_NameTable.size() * 2));
             return;
@@ -235,25 +254,25 @@ namespace GenApi
             return nullptr;
         switch (kind)
         {
-        case detail::ENodeKind::Category: return new CCategoryNode(this);
-        case detail::ENodeKind::Integer: return new CIntegerNode(this);
-        case detail::ENodeKind::IntReg: return new CIntRegNode(this);
-        case detail::ENodeKind::MaskedIntReg: return new CMaskedIntRegNode(this);
-        case detail::ENodeKind::IntConverter: return new CIntConverterNode(this);
-        case detail::ENodeKind::IntSwissKnife: return new CIntSwissKnifeNode(this);
-        case detail::ENodeKind::Float: return new CFloatNode(this);
-        case detail::ENodeKind::FloatReg: return new CFloatRegNode(this);
-        case detail::ENodeKind::Converter: return new CConverterNode(this);
-        case detail::ENodeKind::SwissKnife: return new CSwissKnifeNode(this);
-        case detail::ENodeKind::Enumeration: return new CEnumerationNode(this);
-        case detail::ENodeKind::EnumEntry: return new CEnumEntryNode(this);
-        case detail::ENodeKind::Boolean: return new CBooleanNode(this);
-        case detail::ENodeKind::Command: return new CCommandNode(this);
-        case detail::ENodeKind::String: return new CStringNode(this, detail::ENodeKind::String);
-        case detail::ENodeKind::StringReg: return new CStringNode(this, detail::ENodeKind::StringReg);
-        case detail::ENodeKind::Register: return new CRegisterNode(this);
-        case detail::ENodeKind::Port: return new CPortNode(this);
-        case detail::ENodeKind::Node: return new CPlainNode(this);
+        case detail::ENodeKind::Category: return new (this) CCategoryNode(this);
+        case detail::ENodeKind::Integer: return new (this) CIntegerNode(this);
+        case detail::ENodeKind::IntReg: return new (this) CIntRegNode(this);
+        case detail::ENodeKind::MaskedIntReg: return new (this) CMaskedIntRegNode(this);
+        case detail::ENodeKind::IntConverter: return new (this) CIntConverterNode(this);
+        case detail::ENodeKind::IntSwissKnife: return new (this) CIntSwissKnifeNode(this);
+        case detail::ENodeKind::Float: return new (this) CFloatNode(this);
+        case detail::ENodeKind::FloatReg: return new (this) CFloatRegNode(this);
+        case detail::ENodeKind::Converter: return new (this) CConverterNode(this);
+        case detail::ENodeKind::SwissKnife: return new (this) CSwissKnifeNode(this);
+        case detail::ENodeKind::Enumeration: return new (this) CEnumerationNode(this);
+        case detail::ENodeKind::EnumEntry: return new (this) CEnumEntryNode(this);
+        case detail::ENodeKind::Boolean: return new (this) CBooleanNode(this);
+        case detail::ENodeKind::Command: return new (this) CCommandNode(this);
+        case detail::ENodeKind::String: return new (this) CStringNode(this, detail::ENodeKind::String);
+        case detail::ENodeKind::StringReg: return new (this) CStringNode(this, detail::ENodeKind::StringReg);
+        case detail::ENodeKind::Register: return new (this) CRegisterNode(this);
+        case detail::ENodeKind::Port: return new (this) CPortNode(this);
+        case detail::ENodeKind::Node: return new (this) CPlainNode(this);
         }
         return nullptr;
     }
@@ -333,10 +352,16 @@ namespace GenApi
             for (auto& p : m_Nodes)
                 p->DestroyCallbacks();
             m_Nodes.clear();
+            m_NodeBlocks.clear();
+            m_NodeFree = nullptr;
+            m_NodeLeft = 0;
+            m_NodeArenaSize = 0;
             m_NameTable.clear();
             m_PolledNodes.clear();
             m_StructGroups.clear();
             m_Properties.clear();
+            m_NarrowPropertyArena.clear();
+            m_PropertyNames.clear();
             m_LinkArena.clear();
             DropLoadState();
             throw;
@@ -412,9 +437,9 @@ namespace GenApi
         const char* elementName = element.name();
         std::unique_ptr<CNodeImpl> node;
         if (pParentEnum)
-            node.reset(new CEnumEntryNode(this));
+            node.reset(new (this) CEnumEntryNode(this));
         else if (pInheritedVoid)
-            node.reset(new CMaskedIntRegNode(this));
+            node.reset(new (this) CMaskedIntRegNode(this));
         else
             node.reset(CreateNode(elementName));
         if (!node)
@@ -526,21 +551,52 @@ namespace GenApi
             total += list.size();
         if (total > UINT32_MAX)
             throw RUNTIME_EXCEPTION("The description has more than %u properties", UINT32_MAX);
+        // A description names few distinct properties: when they fit in a byte and the texts in
+        // 24 bits of offset, a property takes four bytes (name number, text offset), else eight
+        std::vector<uint32_t> names;
+        for (const auto& list : m_LoadProperties)
+            for (const detail::Property& p : list)
+                if (std::find(names.begin(), names.end(), offsetOf(p.Name)) == names.end())
+                {
+                    names.push_back(offsetOf(p.Name));
+                    if (names.size() > 256)
+                        break;
+                }
+        const bool narrow = names.size() <= 256 && textSize <= (size_t(1) << 24);
         std::vector<detail::PackedProperty> packed;
-        packed.reserve(total);
+        std::vector<uint32_t> narrowPacked;
+        if (narrow)
+            narrowPacked.reserve(total);
+        else
+            packed.reserve(total);
+        uint32_t count = 0;
         for (auto& up : m_Nodes)
         {
-            up->m_PropertyBegin = static_cast<uint32_t>(packed.size());
+            up->m_PropertyBegin = count;
             up->m_PropertyCount = 0;
             if (up->Index() < m_LoadProperties.size())
             {
                 for (const detail::Property& p : m_LoadProperties[up->Index()])
-                    packed.push_back(detail::PackedProperty{offsetOf(p.Name), offsetOf(p.Text)});
+                {
+                    const uint32_t name = offsetOf(p.Name);
+                    if (narrow)
+                    {
+                        const uint32_t number = static_cast<uint32_t>(std::find(names.begin(), names.end(), name) - names.begin());
+                        narrowPacked.push_back(number << 24 | offsetOf(p.Text));
+                    }
+                    else
+                        packed.push_back(detail::PackedProperty{name, offsetOf(p.Text)});
+                }
                 up->m_PropertyCount = static_cast<uint32_t>(m_LoadProperties[up->Index()].size());
+                count += up->m_PropertyCount;
             }
             up->m_Name = text.get() + offsetOf(up->m_Name);
         }
+        m_NarrowProperties = narrow;
+        if (narrow)
+            m_PropertyNames.swap(names);
         m_Properties.swap(packed);
+        m_NarrowPropertyArena.swap(narrowPacked);
         m_PackedText = std::move(text);
         std::vector<std::vector<detail::Property>>().swap(m_LoadProperties);
         // Texts stored from now on (none are, normally) go to new blocks
@@ -711,9 +767,9 @@ namespace GenApi
         for (auto& up : m_Nodes)
         {
             CNodeImpl* pNode = up.get();
-            for (const detail::PackedProperty* pp = pNode->PropertiesBegin(), *end = pNode->PropertiesEnd(); pp != end; ++pp)
+            for (uint32_t i = 0; i < pNode->m_PropertyCount; ++i)
             {
-                const detail::Property p = Unpack(*pp);
+                const detail::Property p = Unpack(pNode->PropertyAt(i));
                 if (p.Name[0] != 'p')
                     continue;
                 const ELinkClass cls = LinkClassOf(p.Name);
@@ -770,9 +826,9 @@ namespace GenApi
         {
             CNodeImpl* pNode = up.get();
             pNode->m_AccessModeCacheable = Yes;
-            for (const detail::PackedProperty* pp = pNode->PropertiesBegin(), *end = pNode->PropertiesEnd(); pp != end; ++pp)
+            for (uint32_t i = 0; i < pNode->m_PropertyCount; ++i)
             {
-                const detail::Property p = Unpack(*pp);
+                const detail::Property p = Unpack(pNode->PropertyAt(i));
                 if (p.Name[0] != 'p' || !IsAccessDeciding(p.Name))
                     continue;
                 CNodeImpl* pTarget = FindNode(p.Value());

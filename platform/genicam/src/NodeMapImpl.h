@@ -46,6 +46,10 @@ namespace GenApi
 
         // ---- engine side ----
 
+        //! Room for a node in the node arena (CNodeImpl's operator new); the nodes need no more
+        //! than 8-byte alignment (an over-aligned node class would not find an operator new)
+        void* AllocateNode(size_t Size);
+
         //! Finds a node by name (no lock; the caller holds it or the map is loading)
         CNodeImpl* FindNode(std::string_view Name) const;
         //! Resolves a reference of pFrom, raising RuntimeException naming both nodes if missing
@@ -64,7 +68,14 @@ namespace GenApi
         {
             return m_LoadLinks[pNode->Index()][List];
         }
-        const detail::PackedProperty* PropertyArena() const { return m_Properties.data(); }
+        //! Property i of the property array
+        detail::PackedProperty PackedPropertyAt(uint32_t i) const
+        {
+            if (!m_NarrowProperties)
+                return m_Properties[i];
+            const uint32_t packed = m_NarrowPropertyArena[i];
+            return detail::PackedProperty{m_PropertyNames[packed >> 24], packed & 0xFFFFFFu};
+        }
         //! The packed text pool (after the properties are packed): offset 0 is an empty text
         const char* PackedText() const { return m_PackedText.get(); }
         detail::Property Unpack(const detail::PackedProperty& Packed) const
@@ -150,6 +161,12 @@ namespace GenApi
         std::vector<CNodeImpl*> m_Pending;
         std::vector<CNodeImpl*> m_Fired;
 
+        // The node arena: declared before the nodes, so that it outlives them
+        std::vector<std::unique_ptr<std::max_align_t[]>> m_NodeBlocks;
+        char* m_NodeFree = nullptr;
+        size_t m_NodeLeft = 0;
+        size_t m_NodeArenaSize = 0;
+
         std::vector<std::unique_ptr<CNodeImpl>> m_Nodes;
         // Nodes by name: open addressing over node index + 1 (0 is a free slot), at most half full
         std::vector<uint32_t> m_NameTable;
@@ -171,6 +188,10 @@ namespace GenApi
         std::vector<std::vector<detail::Property>> m_LoadProperties;                   // by node index
         std::vector<std::array<std::vector<CNodeImpl*>, detail::lkCount>> m_LoadLinks; // by node index
         std::vector<detail::PackedProperty> m_Properties;                              // in node order
+        // The same in four bytes each (name number << 24 | text offset) when they fit
+        bool m_NarrowProperties = false;
+        std::vector<uint32_t> m_NarrowPropertyArena;
+        std::vector<uint32_t> m_PropertyNames; // text offsets of the property names, by number
         std::vector<uint32_t> m_LinkArena;                                             // node indices
         std::vector<CNodeImpl*> m_PolledNodes;
         std::vector<std::pair<CNodeImpl*, std::vector<CNodeImpl*>>> m_StructGroups;

@@ -383,7 +383,7 @@ namespace GenApi
         {
             m_Reg.Setup(this);
             const std::optional<detail::Property> p = FindProperty("Cachable");
-            m_OwnCaching = p ? CNodeImpl::OwnCachingMode() : WriteThrough;
+            m_Reg.m_OwnCaching = p ? CNodeImpl::OwnCachingMode() : WriteThrough;
         }
         else
         {
@@ -402,7 +402,7 @@ namespace GenApi
         return m_pValue ? m_pValue->GetAccessMode() : RW;
     }
 
-    ECachingMode CStringNode::OwnCachingMode() const { return m_IsRegister ? m_OwnCaching : WriteThrough; }
+    ECachingMode CStringNode::OwnCachingMode() const { return m_IsRegister ? m_Reg.m_OwnCaching : WriteThrough; }
 
     bool CStringNode::IsValueCacheValid() const { return m_ValueCacheValid; }
 
@@ -502,7 +502,7 @@ namespace GenApi
         CNodeImpl::Setup();
         m_Reg.Setup(this);
         const std::optional<detail::Property> p = FindProperty("Cachable");
-        m_OwnCaching = p ? CNodeImpl::OwnCachingMode() : WriteThrough;
+        m_Reg.m_OwnCaching = p ? CNodeImpl::OwnCachingMode() : WriteThrough;
     }
 
     EAccessMode CRegisterNode::NaturalAccessMode() const { return m_Reg.AccessMode(); }
