@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <unordered_map>
 
 namespace GenApi
 {
@@ -553,15 +554,18 @@ namespace GenApi
             throw RUNTIME_EXCEPTION("The description has more than %u properties", UINT32_MAX);
         // A description names few distinct properties: when they fit in a byte and the texts in
         // 24 bits of offset, a property takes four bytes (name number, text offset), else eight
+        // Property names are interned: their texts, and so their offsets, are equal only when the
+        // names are; numbered here by their first use
         std::vector<uint32_t> names;
+        std::unordered_map<const char*, uint32_t> numbers;
         for (const auto& list : m_LoadProperties)
+        {
             for (const detail::Property& p : list)
-                if (std::find(names.begin(), names.end(), offsetOf(p.Name)) == names.end())
-                {
+                if (numbers.emplace(p.Name, static_cast<uint32_t>(names.size())).second)
                     names.push_back(offsetOf(p.Name));
-                    if (names.size() > 256)
-                        break;
-                }
+            if (names.size() > 256)
+                break;
+        }
         const bool narrow = names.size() <= 256 && textSize <= (size_t(1) << 24);
         std::vector<detail::PackedProperty> packed;
         std::vector<uint32_t> narrowPacked;
@@ -578,14 +582,10 @@ namespace GenApi
             {
                 for (const detail::Property& p : m_LoadProperties[up->Index()])
                 {
-                    const uint32_t name = offsetOf(p.Name);
                     if (narrow)
-                    {
-                        const uint32_t number = static_cast<uint32_t>(std::find(names.begin(), names.end(), name) - names.begin());
-                        narrowPacked.push_back(number << 24 | offsetOf(p.Text));
-                    }
+                        narrowPacked.push_back(numbers.find(p.Name)->second << 24 | offsetOf(p.Text));
                     else
-                        packed.push_back(detail::PackedProperty{name, offsetOf(p.Text)});
+                        packed.push_back(detail::PackedProperty{offsetOf(p.Name), offsetOf(p.Text)});
                 }
                 up->m_PropertyCount = static_cast<uint32_t>(m_LoadProperties[up->Index()].size());
                 count += up->m_PropertyCount;
