@@ -552,10 +552,9 @@ namespace GenApi
             total += list.size();
         if (total > UINT32_MAX)
             throw RUNTIME_EXCEPTION("The description has more than %u properties", UINT32_MAX);
-        // A description names few distinct properties: when they fit in a byte and the texts in
-        // 24 bits of offset, a property takes four bytes (name number, text offset), else eight
-        // Property names are interned: their texts, and so their offsets, are equal only when the
-        // names are; numbered here by their first use
+        // A description names few distinct properties: when their numbers fit in a byte and the
+        // texts in 24 bits of offset, a property takes four bytes (name number, text offset),
+        // else eight. Names are interned, so equal names are one pointer: numbered by first use.
         std::vector<uint32_t> names;
         std::unordered_map<const char*, uint32_t> numbers;
         for (const auto& list : m_LoadProperties)
