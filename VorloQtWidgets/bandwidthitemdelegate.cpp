@@ -30,11 +30,28 @@ bool rowHasThroughputLimit(const QModelIndex& index)
 
 } // namespace
 
-BandwidthItemDelegate::BandwidthItemDelegate(QObject* parent)
+BandwidthEditorDelegate::BandwidthEditorDelegate(QObject* parent)
     : QStyledItemDelegate(parent)
 {
     connect(this, SIGNAL(closeEditor(QWidget*, QAbstractItemDelegate::EndEditHint)), this,
             SLOT(onCloseEditor(QWidget*, QAbstractItemDelegate::EndEditHint)));
+}
+
+void BandwidthEditorDelegate::updateEditorGeometry(QWidget* editor, const QStyleOptionViewItem& option,
+                                                   const QModelIndex&) const
+{
+    editor->setGeometry(option.rect);
+}
+
+void BandwidthEditorDelegate::emitCloseEditorForPersistenEditor(QWidget* pEditor,
+                                                                QAbstractItemDelegate::EndEditHint hint)
+{
+    emit closeEditor(pEditor, hint);
+}
+
+BandwidthItemDelegate::BandwidthItemDelegate(QObject* parent)
+    : BandwidthEditorDelegate(parent)
+{
 }
 
 QWidget* BandwidthItemDelegate::createEditor(QWidget* parent, const QStyleOptionViewItem& option,
@@ -76,18 +93,6 @@ void BandwidthItemDelegate::setModelData(QWidget* editor, QAbstractItemModel* mo
     QStyledItemDelegate::setModelData(editor, model, index);
 }
 
-void BandwidthItemDelegate::updateEditorGeometry(QWidget* editor, const QStyleOptionViewItem& option,
-                                                 const QModelIndex&) const
-{
-    editor->setGeometry(option.rect);
-}
-
-void BandwidthItemDelegate::emitCloseEditorForPersistenEditor(QWidget* pEditor,
-                                                              QAbstractItemDelegate::EndEditHint hint)
-{
-    emit closeEditor(pEditor, hint);
-}
-
 void BandwidthItemDelegate::onCloseEditor(QWidget* pEditor, QAbstractItemDelegate::EndEditHint)
 {
     // The inter-packet delay limiter closes itself in its destructor.
@@ -98,10 +103,8 @@ void BandwidthItemDelegate::onCloseEditor(QWidget* pEditor, QAbstractItemDelegat
 }
 
 BandwidthCameraConfigItemDelegate::BandwidthCameraConfigItemDelegate(QObject* parent)
-    : QStyledItemDelegate(parent)
+    : BandwidthEditorDelegate(parent)
 {
-    connect(this, SIGNAL(closeEditor(QWidget*, QAbstractItemDelegate::EndEditHint)), this,
-            SLOT(onCloseEditor(QWidget*, QAbstractItemDelegate::EndEditHint)));
 }
 
 QWidget* BandwidthCameraConfigItemDelegate::createEditor(QWidget* parent, const QStyleOptionViewItem& option,
@@ -147,18 +150,6 @@ void BandwidthCameraConfigItemDelegate::setModelData(QWidget* editor, QAbstractI
     model->setData(index, static_cast<int>(pEditor->getGenicamVisibilty()), BandwidthVisibilityRole);
     model->setData(index, pEditor->getPollingActive(), BandwidthPollingRole);
     model->setData(index, pEditor->getViewAllFavoritesActive(), BandwidthViewAllFavoritesRole);
-}
-
-void BandwidthCameraConfigItemDelegate::updateEditorGeometry(QWidget* editor, const QStyleOptionViewItem& option,
-                                                             const QModelIndex&) const
-{
-    editor->setGeometry(option.rect);
-}
-
-void BandwidthCameraConfigItemDelegate::emitCloseEditorForPersistenEditor(QWidget* pEditor,
-                                                                          QAbstractItemDelegate::EndEditHint hint)
-{
-    emit closeEditor(pEditor, hint);
 }
 
 void BandwidthCameraConfigItemDelegate::onCloseEditor(QWidget* pEditor, QAbstractItemDelegate::EndEditHint)
