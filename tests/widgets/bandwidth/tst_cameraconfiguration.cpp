@@ -173,85 +173,81 @@ void tst_CameraConfiguration::clickWithDialog(CameraConfigurationEditor* pEditor
     QVERIFY(ran);
 }
 
+namespace {
+
+// One camera row of the bandwidth view over a node map of the given features (and further
+// rows without a camera), with the limit column's delegate.
+struct DelegateRow
+{
+    explicit DelegateRow(const QString& features, int rows = 1)
+        : map(features)
+        , model(rows, 3)
+        , delegate(nullptr)
+    {
+        camera.m_pNodeMap = map.map();
+        row.isDevice = true;
+        row.pCamera = &camera;
+        model.setData(model.index(0, 1), QVariant::fromValue(static_cast<void*>(&row)), Qt::UserRole + 1);
+    }
+    ~DelegateRow() { camera.m_pNodeMap = nullptr; }
+
+    std::unique_ptr<QWidget> createEditor()
+    {
+        return std::unique_ptr<QWidget>(delegate.createEditor(&parent, QStyleOptionViewItem(), model.index(0, 1)));
+    }
+
+    NodeMap map;
+    XmlCamera camera;
+    FlatTreeItem row;
+    QStandardItemModel model;
+    BandwidthItemDelegate delegate;
+    QWidget parent;
+};
+
+} // namespace
+
 void tst_CameraConfiguration::cameraWithBothLimitFeaturesGetsThroughputLimitEditor()
 {
-    NodeMap map(limitFeatures() + gigeFeatures());
-    XmlCamera camera;
-    camera.m_pNodeMap = map.map();
-    FlatTreeItem row;
-    row.isDevice = true;
-    row.pCamera = &camera;
-    QStandardItemModel model(1, 3);
-    model.setData(model.index(0, 1), QVariant::fromValue(static_cast<void*>(&row)), Qt::UserRole + 1);
-    BandwidthItemDelegate delegate(nullptr);
-    QWidget parent;
-    std::unique_ptr<QWidget> editor(delegate.createEditor(&parent, QStyleOptionViewItem(), model.index(0, 1)));
+    DelegateRow f(limitFeatures() + gigeFeatures());
+    std::unique_ptr<QWidget> editor = f.createEditor();
     QVERIFY(qobject_cast<DeviceLinkThroughputLimitEditor*>(editor.get()));
     // The editor follows its node; setEditorData leaves it alone.
-    model.setData(model.index(0, 1), QStringLiteral("7"), Qt::DisplayRole);
-    delegate.setEditorData(editor.get(), model.index(0, 1));
+    f.model.setData(f.model.index(0, 1), QStringLiteral("7"), Qt::DisplayRole);
+    f.delegate.setEditorData(editor.get(), f.model.index(0, 1));
     QCOMPARE(static_cast<DeviceLinkThroughputLimitEditor*>(editor.get())->value(), 50000000);
     // Closing through the delegate gives the mode its write access back.
-    QVERIFY(!GenApi::IsWritable(map.node("DeviceLinkThroughputLimitMode")->GetAccessMode()));
-    delegate.emitCloseEditorForPersistenEditor(editor.get());
-    QVERIFY(GenApi::IsWritable(map.node("DeviceLinkThroughputLimitMode")->GetAccessMode()));
+    QVERIFY(!GenApi::IsWritable(f.map.node("DeviceLinkThroughputLimitMode")->GetAccessMode()));
+    f.delegate.emitCloseEditorForPersistenEditor(editor.get());
+    QVERIFY(GenApi::IsWritable(f.map.node("DeviceLinkThroughputLimitMode")->GetAccessMode()));
     editor.reset();
-    camera.m_pNodeMap = nullptr;
 }
 
 void tst_CameraConfiguration::cameraWithOnlyInterPacketDelayGetsLimiter()
 {
-    NodeMap map(gigeFeatures());
-    XmlCamera camera;
-    camera.m_pNodeMap = map.map();
-    FlatTreeItem row;
-    row.isDevice = true;
-    row.pCamera = &camera;
-    QStandardItemModel model(1, 3);
-    model.setData(model.index(0, 1), QVariant::fromValue(static_cast<void*>(&row)), Qt::UserRole + 1);
-    BandwidthItemDelegate delegate(nullptr);
-    QWidget parent;
-    std::unique_ptr<QWidget> editor(delegate.createEditor(&parent, QStyleOptionViewItem(), model.index(0, 1)));
+    DelegateRow f(gigeFeatures());
+    std::unique_ptr<QWidget> editor = f.createEditor();
     QVERIFY(qobject_cast<BandwidthLimiterInterPacketDelay*>(editor.get()));
     // The delegate's close passes over this editor: its callback stays until it dies.
-    delegate.emitCloseEditorForPersistenEditor(editor.get());
+    f.delegate.emitCloseEditorForPersistenEditor(editor.get());
     editor.reset();
 }
 
 void tst_CameraConfiguration::cameraWithNeitherLimitFeatureGetsDefaultLineEdit()
 {
-    NodeMap map(integer("PayloadSize", 100));
-    XmlCamera camera;
-    camera.m_pNodeMap = map.map();
-    FlatTreeItem row;
-    row.isDevice = true;
-    row.pCamera = &camera;
-    QStandardItemModel model(2, 3);
-    model.setData(model.index(0, 1), QVariant::fromValue(static_cast<void*>(&row)), Qt::UserRole + 1);
-    BandwidthItemDelegate delegate(nullptr);
-    QWidget parent;
-    std::unique_ptr<QWidget> editor(delegate.createEditor(&parent, QStyleOptionViewItem(), model.index(0, 1)));
+    DelegateRow f(integer("PayloadSize", 100), 2);
+    std::unique_ptr<QWidget> editor = f.createEditor();
     QVERIFY(qobject_cast<QLineEdit*>(editor.get()));
     // A row without a camera, or without a row pointer, gets the same.
-    std::unique_ptr<QWidget> plain(delegate.createEditor(&parent, QStyleOptionViewItem(), model.index(1, 1)));
+    std::unique_ptr<QWidget> plain(f.delegate.createEditor(&f.parent, QStyleOptionViewItem(), f.model.index(1, 1)));
     QVERIFY(qobject_cast<QLineEdit*>(plain.get()));
 }
 
 void tst_CameraConfiguration::throughputRowWritesModelAsNumberText()
 {
-    NodeMap map(limitFeatures());
-    XmlCamera camera;
-    camera.m_pNodeMap = map.map();
-    FlatTreeItem row;
-    row.isDevice = true;
-    row.pCamera = &camera;
-    QStandardItemModel model(1, 3);
-    model.setData(model.index(0, 1), QVariant::fromValue(static_cast<void*>(&row)), Qt::UserRole + 1);
-    BandwidthItemDelegate delegate(nullptr);
-    QWidget parent;
-    std::unique_ptr<QWidget> editor(delegate.createEditor(&parent, QStyleOptionViewItem(), model.index(0, 1)));
-    delegate.setModelData(editor.get(), &model, model.index(0, 1));
-    QCOMPARE(model.data(model.index(0, 1), Qt::DisplayRole).toString(), QStringLiteral("5e+07"));
+    DelegateRow f(limitFeatures());
+    std::unique_ptr<QWidget> editor = f.createEditor();
+    f.delegate.setModelData(editor.get(), &f.model, f.model.index(0, 1));
+    QCOMPARE(f.model.data(f.model.index(0, 1), Qt::DisplayRole).toString(), QStringLiteral("5e+07"));
 }
 
 void tst_CameraConfiguration::configDelegateMakesButtonFromRoles()
