@@ -21,6 +21,48 @@
 
 namespace FeatureModelTest {
 
+// A hand-made node with inert answers: readable and writable, Beginner, no children, no
+// callbacks. Tests derive from it and change what they look at.
+class StubNode : public GenApi::INode
+{
+public:
+    explicit StubNode(const char* name) : m_name(name) {}
+
+    GenApi::EAccessMode GetAccessMode() const override { return GenApi::RW; }
+    GenICam::gcstring GetName(bool) const override { return m_name; }
+    GenApi::ENameSpace GetNameSpace() const override { return GenApi::Custom; }
+    GenApi::EVisibility GetVisibility() const override { return GenApi::Beginner; }
+    void InvalidateNode() override {}
+    bool IsCachable() const override { return false; }
+    GenApi::EYesNo IsAccessModeCacheable() const override { return GenApi::No; }
+    GenApi::ECachingMode GetCachingMode() const override { return GenApi::NoCache; }
+    int64_t GetPollingTime() const override { return -1; }
+    GenICam::gcstring GetToolTip() const override { return GenICam::gcstring(); }
+    GenICam::gcstring GetDescription() const override { return GenICam::gcstring(); }
+    GenICam::gcstring GetDisplayName() const override { return m_name; }
+    GenICam::gcstring GetDeviceName() const override { return "Device"; }
+    void GetChildren(GenApi::NodeList_t&, GenApi::ELinkType) const override {}
+    void GetParents(GenApi::NodeList_t&, GenApi::ELinkType) const override {}
+    GenApi::CallbackHandleType RegisterCallback(GenApi::CNodeCallback*) override { return 0; }
+    bool DeregisterCallback(GenApi::CallbackHandleType) override { return false; }
+    GenApi::INodeMap* GetNodeMap() const override { return nullptr; }
+    GenICam::gcstring GetEventID() const override { return GenICam::gcstring(); }
+    bool IsStreamable() const override { return false; }
+    void GetPropertyNames(GenICam::gcstring_vector&) const override {}
+    bool GetProperty(const GenICam::gcstring&, GenICam::gcstring&, GenICam::gcstring&) const override { return false; }
+    void ImposeAccessMode(GenApi::EAccessMode) override {}
+    void ImposeVisibility(GenApi::EVisibility) override {}
+    GenApi::INode* GetAlias() const override { return nullptr; }
+    GenApi::INode* GetCastAlias() const override { return nullptr; }
+    GenICam::gcstring GetDocuURL() const override { return GenICam::gcstring(); }
+    bool IsDeprecated() const override { return false; }
+    GenApi::EInterfaceType GetPrincipalInterfaceType() const override { return GenApi::intfIBase; }
+    bool IsFeature() const override { return false; }
+
+private:
+    GenICam::gcstring m_name;
+};
+
 // The GenICam description header with a model name of the test's choosing.
 inline QByteArray descriptionHead(const char* modelName)
 {

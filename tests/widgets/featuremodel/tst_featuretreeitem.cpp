@@ -21,30 +21,17 @@ namespace {
 
 // A node that hands out a fresh handle on every registration, so that a renewed
 // registration can be told from the old one, and that records what was asked of it.
-class RecordingNode : public INode
+class RecordingNode : public StubNode
 {
 public:
+    RecordingNode() : StubNode("Recording") {}
+
     ~RecordingNode() override
     {
         for (CNodeCallback* callback : m_callbacks)
             callback->Destroy();
     }
 
-    EAccessMode GetAccessMode() const override { return RW; }
-    gcstring GetName(bool) const override { return "Recording"; }
-    ENameSpace GetNameSpace() const override { return Custom; }
-    EVisibility GetVisibility() const override { return Beginner; }
-    void InvalidateNode() override {}
-    bool IsCachable() const override { return false; }
-    EYesNo IsAccessModeCacheable() const override { return No; }
-    ECachingMode GetCachingMode() const override { return NoCache; }
-    int64_t GetPollingTime() const override { return -1; }
-    gcstring GetToolTip() const override { return gcstring(); }
-    gcstring GetDescription() const override { return gcstring(); }
-    gcstring GetDisplayName() const override { return "Recording"; }
-    gcstring GetDeviceName() const override { return "Device"; }
-    void GetChildren(NodeList_t&, ELinkType) const override {}
-    void GetParents(NodeList_t&, ELinkType) const override {}
     CallbackHandleType RegisterCallback(CNodeCallback* callback) override
     {
         ++registrations;
@@ -64,19 +51,6 @@ public:
         callback->Destroy();
         return true;
     }
-    INodeMap* GetNodeMap() const override { return nullptr; }
-    gcstring GetEventID() const override { return gcstring(); }
-    bool IsStreamable() const override { return false; }
-    void GetPropertyNames(gcstring_vector&) const override {}
-    bool GetProperty(const gcstring&, gcstring&, gcstring&) const override { return false; }
-    void ImposeAccessMode(EAccessMode) override {}
-    void ImposeVisibility(EVisibility) override {}
-    INode* GetAlias() const override { return nullptr; }
-    INode* GetCastAlias() const override { return nullptr; }
-    gcstring GetDocuURL() const override { return gcstring(); }
-    bool IsDeprecated() const override { return false; }
-    EInterfaceType GetPrincipalInterfaceType() const override { return intfIBase; }
-    bool IsFeature() const override { return false; }
 
     int registrations = 0;
     int deregistrations = 0;

@@ -71,41 +71,17 @@ private:
 };
 
 // A node whose imposes fail, for the failure texts of processElement.
-class FailingNode : public INode
+class FailingNode : public StubNode
 {
 public:
-    EAccessMode GetAccessMode() const override { return RW; }
-    gcstring GetName(bool) const override { return "Failing"; }
-    ENameSpace GetNameSpace() const override { return Custom; }
-    EVisibility GetVisibility() const override { return Beginner; }
-    void InvalidateNode() override {}
-    bool IsCachable() const override { return false; }
-    EYesNo IsAccessModeCacheable() const override { return No; }
-    ECachingMode GetCachingMode() const override { return NoCache; }
-    int64_t GetPollingTime() const override { return -1; }
-    gcstring GetToolTip() const override { return gcstring(); }
-    gcstring GetDescription() const override { return gcstring(); }
-    gcstring GetDisplayName() const override { return "Failing"; }
-    gcstring GetDeviceName() const override { return "Device"; }
-    void GetChildren(NodeList_t&, ELinkType) const override {}
-    void GetParents(NodeList_t&, ELinkType) const override {}
-    CallbackHandleType RegisterCallback(CNodeCallback*) override { return 0; }
-    bool DeregisterCallback(CallbackHandleType) override { return false; }
-    INodeMap* GetNodeMap() const override { return nullptr; }
-    gcstring GetEventID() const override { return gcstring(); }
-    bool IsStreamable() const override { return false; }
-    void GetPropertyNames(gcstring_vector&) const override {}
-    bool GetProperty(const gcstring&, gcstring&, gcstring&) const override { return false; }
+    FailingNode() : StubNode("Failing") {}
+
     void ImposeAccessMode(EAccessMode) override { throw ACCESS_EXCEPTION("access mode refused"); }
     void ImposeVisibility(EVisibility) override
     {
         if (failVisibility)
             throw std::runtime_error("visibility refused");
     }
-    INode* GetAlias() const override { return nullptr; }
-    INode* GetCastAlias() const override { return nullptr; }
-    gcstring GetDocuURL() const override { return gcstring(); }
-    bool IsDeprecated() const override { return false; }
     EInterfaceType GetPrincipalInterfaceType() const override { return intfIInteger; }
     bool IsFeature() const override { return true; }
 
