@@ -111,7 +111,8 @@ namespace GenApi
         return *m_pExtras;
     }
 
-    std::optional<detail::Property> CNodeImpl::FindProperty(const char* Name) const
+    template <class Visit>
+    void CNodeImpl::VisitProperties(const char* Name, Visit visit) const
     {
         // Names are short: the first character rules out most candidates before strcmp
         const char first = Name[0];
@@ -120,24 +121,28 @@ namespace GenApi
         {
             const detail::PackedProperty p = PropertyAt(i);
             const char* name = text + p.Name;
-            if (name[0] == first && std::strcmp(name, Name) == 0)
-                return detail::Property{name, text + p.Text};
+            if (name[0] == first && std::strcmp(name, Name) == 0 && !visit(detail::Property{name, text + p.Text}))
+                return;
         }
-        return std::nullopt;
+    }
+
+    std::optional<detail::Property> CNodeImpl::FindProperty(const char* Name) const
+    {
+        std::optional<detail::Property> found;
+        VisitProperties(Name, [&](const detail::Property& p) {
+            found = p;
+            return false;
+        });
+        return found;
     }
 
     std::vector<detail::Property> CNodeImpl::FindProperties(const char* Name) const
     {
         std::vector<detail::Property> result;
-        const char first = Name[0];
-        const char* text = m_pMap->PackedText();
-        for (uint32_t i = 0; i < m_PropertyCount; ++i)
-        {
-            const detail::PackedProperty p = PropertyAt(i);
-            const char* name = text + p.Name;
-            if (name[0] == first && std::strcmp(name, Name) == 0)
-                result.push_back(detail::Property{name, text + p.Text});
-        }
+        VisitProperties(Name, [&](const detail::Property& p) {
+            result.push_back(p);
+            return true;
+        });
         return result;
     }
 

@@ -420,6 +420,9 @@ namespace GenApi
         std::optional<detail::Property> FindProperty(const char* Name) const;
         //! All values of a property (several elements of the same name)
         std::vector<detail::Property> FindProperties(const char* Name) const;
+        //! Calls Visit with each property of that name in order, until it returns false
+        template <class Visit>
+        void VisitProperties(const char* Name, Visit visit) const;
         //! Text of a property, or Default
         std::string PropertyText(const char* Name, const std::string& Default = std::string()) const;
         bool HasProperty(const char* Name) const { return FindProperty(Name).has_value(); }
