@@ -47,6 +47,21 @@ QByteArray debugDescription()
         + descriptionTail();
 }
 
+// The debug description's node map in a model under a model watch, rows built to the first level.
+struct DebugModel
+{
+    DebugModel()
+    {
+        model.addNodeMap(camera.map(), QStringLiteral("Camera"), QStringLiteral("dbg"), false);
+        watch.watch(&model);
+    }
+
+    VorloQtBase::ExceptionRecorder recorder;
+    TestCamera camera{debugDescription()};
+    FeatureTreeModel model;
+    ModelWatch watch{featureModelDepartures()};
+};
+
 } // namespace
 
 class TestFeatureTreeModelDebug : public QObject
@@ -74,75 +89,60 @@ void TestFeatureTreeModelDebug::initTestCase()
 
 void TestFeatureTreeModelDebug::debugRowsComeFromPointerPropertiesWithLabels()
 {
-    VorloQtBase::ExceptionRecorder recorder;
-    TestCamera camera(debugDescription());
-    FeatureTreeModel model;
-    ModelWatch watch(featureModelDepartures());
-    model.addNodeMap(camera.map(), QStringLiteral("Camera"), QStringLiteral("dbg"), false);
-    watch.watch(&model);
+    DebugModel f;
 
-    const QModelIndex top = model.index(0, 0);
-    QCOMPARE(model.rowCount(top), 1);
-    const QModelIndex control = model.index(0, 0, top);
+    const QModelIndex top = f.model.index(0, 0);
+    QCOMPARE(f.model.rowCount(top), 1);
+    const QModelIndex control = f.model.index(0, 0, top);
     // A pFeature row looks as in normal operation, with its own label.
-    FeatureTreeItem* controlItem = model.getFeatureTreeItem(control);
+    FeatureTreeItem* controlItem = f.model.getFeatureTreeItem(control);
     QVERIFY(!controlItem->isDebugNode());
-    QCOMPARE(model.data(control, FullNameRole).toString(), QStringLiteral("*Control"));
-    QCOMPARE(model.data(control).toString(), QStringLiteral("Control"));
+    QCOMPARE(f.model.data(control, FullNameRole).toString(), QStringLiteral("*Control"));
+    QCOMPARE(f.model.data(control).toString(), QStringLiteral("Control"));
 
-    const QModelIndex exposure = model.index(0, 0, control);
-    QCOMPARE(model.data(exposure, FullNameRole).toString(), QStringLiteral("dbg*Exposure"));
-    QCOMPARE(model.rowCount(exposure), 2);
+    const QModelIndex exposure = f.model.index(0, 0, control);
+    QCOMPARE(f.model.data(exposure, FullNameRole).toString(), QStringLiteral("dbg*Exposure"));
+    QCOMPARE(f.model.rowCount(exposure), 2);
     QStringList labels;
-    for (int i = 0; i < model.rowCount(exposure); ++i)
+    for (int i = 0; i < f.model.rowCount(exposure); ++i)
     {
-        const QModelIndex child = model.index(i, 0, exposure);
-        QVERIFY(model.data(child, IsDebugNodeRole).toBool());
-        labels << model.data(child).toString();
+        const QModelIndex child = f.model.index(i, 0, exposure);
+        QVERIFY(f.model.data(child, IsDebugNodeRole).toBool());
+        labels << f.model.data(child).toString();
     }
     QCOMPARE(labels, QStringList({QStringLiteral("<pValue> ExposureRaw"), QStringLiteral("<pMin> ExposureMin")}));
-    QVERIFY2(watch.unexpected().isEmpty(), qPrintable(watch.unexpected().join('\n')));
+    QVERIFY2(f.watch.unexpected().isEmpty(), qPrintable(f.watch.unexpected().join('\n')));
 }
 
 void TestFeatureTreeModelDebug::rowsBelowValueNodeAreDeadEnds()
 {
-    VorloQtBase::ExceptionRecorder recorder;
-    TestCamera camera(debugDescription());
-    FeatureTreeModel model;
-    ModelWatch watch(featureModelDepartures());
-    model.addNodeMap(camera.map(), QStringLiteral("Camera"), QStringLiteral("dbg"), false);
-    watch.watch(&model);
-    const QModelIndex exposure = model.findItemByFullName(QStringLiteral("dbg*Exposure"), nullptr, 0);
-    QVERIFY(model.rowCount(exposure) > 0);
+    DebugModel f;
+    const QModelIndex exposure = f.model.findItemByFullName(QStringLiteral("dbg*Exposure"), nullptr, 0);
+    QVERIFY(f.model.rowCount(exposure) > 0);
     // Below a value node every row is a dead end: it shows no children of its own.
-    for (int i = 0; i < model.rowCount(exposure); ++i)
+    for (int i = 0; i < f.model.rowCount(exposure); ++i)
     {
-        const QModelIndex child = model.index(i, 0, exposure);
-        FeatureTreeItem* item = model.getFeatureTreeItem(child);
+        const QModelIndex child = f.model.index(i, 0, exposure);
+        FeatureTreeItem* item = f.model.getFeatureTreeItem(child);
         QVERIFY(item->isDeadEnd());
-        QCOMPARE(model.rowCount(child), 0);
+        QCOMPARE(f.model.rowCount(child), 0);
         QCOMPARE(item->flags(1), Qt::ItemIsSelectable | Qt::ItemNeverHasChildren);
     }
-    QVERIFY2(watch.unexpected().isEmpty(), qPrintable(watch.unexpected().join('\n')));
+    QVERIFY2(f.watch.unexpected().isEmpty(), qPrintable(f.watch.unexpected().join('\n')));
 }
 
 void TestFeatureTreeModelDebug::propertyAttributesBecomePartOfTheLabel()
 {
-    VorloQtBase::ExceptionRecorder recorder;
-    TestCamera camera(debugDescription());
-    FeatureTreeModel model;
-    ModelWatch watch(featureModelDepartures());
-    model.addNodeMap(camera.map(), QStringLiteral("Camera"), QStringLiteral("dbg"), false);
-    watch.watch(&model);
-    const QModelIndex scaled = model.findItemByFullName(QStringLiteral("dbg*Scaled"), nullptr, 0);
+    DebugModel f;
+    const QModelIndex scaled = f.model.findItemByFullName(QStringLiteral("dbg*Scaled"), nullptr, 0);
     QVERIFY(scaled.isValid());
     QStringList labels;
-    for (int i = 0; i < model.rowCount(scaled); ++i)
-        labels << model.data(model.index(i, 0, scaled)).toString();
+    for (int i = 0; i < f.model.rowCount(scaled); ++i)
+        labels << f.model.data(f.model.index(i, 0, scaled)).toString();
     QVERIFY2(labels.contains(QStringLiteral("<pVariable [A]> ExposureRaw")), qPrintable(labels.join(',')));
     QVERIFY2(labels.contains(QStringLiteral("<pVariable [B]> ExposureMin")), qPrintable(labels.join(',')));
     QVERIFY2(labels.contains(QStringLiteral("<pValue> ExposureRaw")), qPrintable(labels.join(',')));
-    QVERIFY2(watch.unexpected().isEmpty(), qPrintable(watch.unexpected().join('\n')));
+    QVERIFY2(f.watch.unexpected().isEmpty(), qPrintable(f.watch.unexpected().join('\n')));
 }
 
 void TestFeatureTreeModelDebug::debugRowsTakeNoPartInASearch()
